@@ -1,0 +1,146 @@
+#include "kaNavigateXML.h"
+
+#include <libxml/parser.h>
+
+#include <cstdlib>
+
+#include "kaFile.h"
+#include "kaOutput.h"
+#include "kaXmlGuard.h"
+
+namespace {
+
+/// Documents write the escape character of the speech engine as backslash-e.
+std::string WithEscapeCharacters(std::string value) {
+  for (auto pos = value.find("\\e"); pos != std::string::npos; pos = value.find("\\e", pos)) {
+    value.replace(pos, 2, "\x1b");
+  }
+  return value;
+}
+
+const xmlpp::Element* AsElement(const xmlpp::Node* node) {
+  return dynamic_cast<const xmlpp::Element*>(node);
+}
+
+void ParseFromNetwork(xmlpp::DomParser& parser, const std::string& document) {
+  const kaClosedXmlWorld closed;
+  parser.set_parser_options(XML_PARSE_NONET);
+  parser.parse_memory(document);
+}
+
+}  // namespace
+
+CkaNavigateXML::CkaNavigateXML() : bIsInitialized(false) {
+  _KA_THISCLASS_MSG_ID = 10000;
+}
+
+CkaNavigateXML::~CkaNavigateXML() = default;
+
+bool CkaNavigateXML::Initialize(const std::string& source, bool validate, bool fromMemory) {
+  SilenceXmlLibrary();
+  if (fromMemory && !ExpandsWithinLimit(source)) return false;
+  try {
+    if (validate) Parser.set_validate(true);
+    Parser.set_substitute_entities(true);
+    if (fromMemory) {
+      ParseFromNetwork(Parser, source);
+    } else {
+      Parser.parse_file(CkaFile().GetFileNameFromShellPath(source));
+    }
+  } catch (...) {  // the XML library's exceptions have no common base
+    return false;
+  }
+  bIsInitialized = true;
+  return true;
+}
+
+bool CkaNavigateXML::Initialize(char* source, bool validate, bool fromMemory) {
+  return Initialize(std::string(source), validate, fromMemory);
+}
+
+bool CkaNavigateXML::Initialize(const char* source, bool validate, bool fromMemory) {
+  return Initialize(std::string(source), validate, fromMemory);
+}
+
+bool CkaNavigateXML::IsInitialized() const {
+  return bIsInitialized;
+}
+
+xmlpp::NodeSet CkaNavigateXML::FindNodes(xmlpp::Node* node, const std::string& xpath) const {
+  return node == nullptr ? xmlpp::NodeSet() : node->find(xpath);
+}
+
+std::vector<std::string> CkaNavigateXML::GetAttributeNames(xmlpp::Node* node) const {
+  std::vector<std::string> names;
+  const xmlpp::Element* element = AsElement(node);
+  if (element == nullptr) return names;
+  for (const xmlpp::Attribute* attribute : element->get_attributes()) {
+    names.push_back(attribute->get_name().raw());
+  }
+  return names;
+}
+
+std::vector<std::pair<std::string, std::string>> CkaNavigateXML::GetAttributes(
+    xmlpp::Node* node) const {
+  std::vector<std::pair<std::string, std::string>> attributes;
+  const xmlpp::Element* element = AsElement(node);
+  if (element == nullptr) return attributes;
+  for (const xmlpp::Attribute* attribute : element->get_attributes()) {
+    attributes.emplace_back(attribute->get_name().raw(),
+                            WithEscapeCharacters(attribute->get_value().raw()));
+  }
+  return attributes;
+}
+
+bool CkaNavigateXML::AttributeExists(xmlpp::Node* node, const std::string& name) const {
+  const xmlpp::Element* element = AsElement(node);
+  return element != nullptr && element->get_attribute(name) != nullptr;
+}
+
+std::string CkaNavigateXML::GetAttributeValue(xmlpp::Node* node, const char* name) const {
+  return GetAttributeValue(node, std::string(name));
+}
+
+std::string CkaNavigateXML::GetAttributeValue(xmlpp::Node* node, const std::string& name) const {
+  const xmlpp::Element* element = AsElement(node);
+  const xmlpp::Attribute* attribute = element == nullptr ? nullptr : element->get_attribute(name);
+  return attribute == nullptr ? "" : WithEscapeCharacters(attribute->get_value().raw());
+}
+
+int CkaNavigateXML::GetAttributeValueInt(xmlpp::Node* node, const char* name) const {
+  return GetAttributeValueInt(node, std::string(name));
+}
+
+int CkaNavigateXML::GetAttributeValueInt(xmlpp::Node* node, const std::string& name) const {
+  return LeadingInteger(GetAttributeValue(node, name));
+}
+
+std::string CkaNavigateXML::GetTextValue(xmlpp::Node* node) const {
+  const auto* content = dynamic_cast<const xmlpp::ContentNode*>(GetFirstChild(node));
+  return content == nullptr ? "" : content->get_content().raw();
+}
+
+xmlpp::Node* CkaNavigateXML::GetFirstChild(xmlpp::Node* node) const {
+  if (node == nullptr) return nullptr;
+  const xmlpp::Node::NodeList children = node->get_children();
+  return children.empty() ? nullptr : children.front();
+}
+
+std::string CkaNavigateXML::GetElementName(xmlpp::Node* node) const {
+  return node == nullptr ? "" : node->get_name().raw();
+}
+
+xmlpp::Node* CkaNavigateXML::GetRootNode(const char* ending) {
+  xmlpp::Document* document = bIsInitialized ? Parser.get_document() : nullptr;
+  xmlpp::Node* root = document == nullptr ? nullptr : document->get_root_node();
+  if (root == nullptr) PrintErr(std::string("Erst XML initialisieren") + ending);
+  return root;
+}
+
+xmlpp::Node* CkaNavigateXML::GetRequiredChild(xmlpp::Node* node, const char* name) const {
+  return node == nullptr ? nullptr : FindNodes(node, name).at(0);
+}
+
+int LeadingInteger(const std::string& text) {
+  return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
+}

@@ -1,0 +1,45 @@
+#ifndef KA_OUTPUT_H
+#define KA_OUTPUT_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// \file
+/// Everything that the server says goes through here. One call writes one report whole, so that
+/// reports of several threads never mix within one.
+
+enum class kaStream { Out, Err };
+
+/// One piece of output, kept for later.
+struct kaReport {
+  kaStream Stream;
+  std::string Text;
+
+  bool operator==(const kaReport&) const = default;
+};
+
+/// Writes `text` to standard output as it stands.
+void PrintOut(std::string_view text);
+
+/// Writes `text` to standard error as it stands.
+void PrintErr(std::string_view text);
+
+/// Writes kept reports in their order.
+void PrintReports(const std::vector<kaReport>& reports);
+
+/// While it lives, what its own thread prints is appended to `reports` instead of being written.
+/// Captures nest: the innermost one receives.
+class kaOutputCapture {
+ public:
+  /// \param reports outlives the capture.
+  explicit kaOutputCapture(std::vector<kaReport>& reports);
+  ~kaOutputCapture();
+  kaOutputCapture(const kaOutputCapture&) = delete;
+  kaOutputCapture& operator=(const kaOutputCapture&) = delete;
+
+ private:
+  std::vector<kaReport>* pOuter;
+};
+
+#endif

@@ -1,0 +1,292 @@
+#include "kaSpeechbuilder.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "kaCaseCheck.h"
+#include "kaFile.h"
+#include "kaLexicon.h"
+#include "kaRBLDataContent.h"
+#include "kaShell.h"
+#include "kaWait.h"
+
+namespace {
+
+constexpr const char* kConfigFile = "./kaconfig/kaTtsServer.kacfg";
+constexpr const char* kDefaultPlayPrefix = " \\audio(play=";
+constexpr const char* kDefaultPlaySuffix = ".wav) ";
+constexpr int kLongestPlayback = 120;  // seconds
+
+/// An empty directory stays empty instead of becoming the server's own.
+std::string ResolveDirectory(const std::string& path) {
+  return path.empty() ? "" : CkaFile().GetFileNameFromShellPath(path);
+}
+
+std::string OrDefault(const std::string& text, const char* fallback) {
+  return text.empty() ? fallback : text;
+}
+
+bool SetMarker(const std::string& path, bool set) {
+  constexpr const char* kContent = "blocked";
+  if (set) return CkaFile().WriteToFile(path.c_str(), kContent, true);
+  if (CkaFile().FileExists(path)) std::remove(path.c_str());
+  return true;
+}
+
+/// Empty, "/" or "//": a search for old speech files from there would reach the whole machine.
+bool IsWholeMachine(const std::string& directory) {
+  return directory.find_first_not_of('/') == std::string::npos;
+}
+
+/// Prints what a composition reported, also when it ends by an exception.
+class PrintedReports {
+ public:
+  ~PrintedReports() { PrintReports(Reports); }
+  std::vector<kaReport> Reports;
+};
+
+}  // namespace
+
+CkaSpeechbuilder::CkaSpeechbuilder() : bIsInitialized(false) {
+  _KA_THISCLASS_MSG_ID = 11000;
+}
+
+// ---- Set-up and blocking ----
+
+bool CkaSpeechbuilder::Initialize(const std::string& path) {
+  if (!kaConfig.Initialize(kConfigFile)) return false;
+  ReadConfiguration();
+  if (!ReadDocument(path)) return false;
+  bIsInitialized = true;
+  return true;
+}
+
+void CkaSpeechbuilder::ReadConfiguration() {
+  SoundsPath = ResolveDirectory(kaConfig.GetValueString("nonvoicesounds"));
+  SteadyPath = ResolveDirectory(kaConfig.GetValueString("steadyspeeches"));
+  StoreAnnounce = ResolveDirectory(kaConfig.GetValueString("storetempram"));
+  PlayAnnounce = ResolveDirectory(kaConfig.GetValueString("playtempram"));
+  PlayPrefix = OrDefault(kaConfig.GetValueString("playprefix"), kDefaultPlayPrefix);
+  PlaySuffix = OrDefault(kaConfig.GetValueString("playsuffix"), kDefaultPlaySuffix);
+  engineName = kaConfig.GetValueString("engineName");
+  SaveSpeechPath =
+      CkaFile().GetFileNameFromShellPath(kaConfig.GetValueString("savespeech" + engineName));
+  // Both markers live in the play directory: players outside the server look for them there.
+  PlayBlock = PlayAnnounce + "/playblock";
+  SaveBlock = PlayAnnounce + "/saveblock";
+}
+
+bool CkaSpeechbuilder::ReadDocument(const std::string& path) {
+  return SpeechFormat.Initialize(path, false, false) && SpeechFormat.ReadReferences() &&
+         RBLDataFormat.Initialize(path, false, false) && RBLDataFormat.ReadAssembly() &&
+         CaseData.Initialize(path, false, false) && CaseData.ReadCases() &&
+         SpeechGen.Initialize(path, false, false) && SpeechGen.ReadSpeechBuildSeq();
+}
+
+std::string CkaSpeechbuilder::GetPlayAnnounce() const {
+  return PlayAnnounce;
+}
+
+std::string CkaSpeechbuilder::GetStoreAnnounce() const {
+  return StoreAnnounce;
+}
+
+bool CkaSpeechbuilder::IsPlayBlocked() const {
+  return CkaFile().FileExists(PlayBlock);
+}
+
+bool CkaSpeechbuilder::IsSaveBlocked() const {
+  return CkaFile().FileExists(SaveBlock);
+}
+
+bool CkaSpeechbuilder::DoPlayBlock(bool block) const {
+  return SetMarker(PlayBlock, block);
+}
+
+bool CkaSpeechbuilder::DoSaveBlock(bool block) const {
+  return SetMarker(SaveBlock, block);
+}
+
+// ---- A received block ----
+
+bool CkaSpeechbuilder::GenerateNewSpeeches(std::string& data) {
+  CkaRBLDataContent content;
+  if (!content.Initialize(data, false, true)) return false;
+  content.ReadContent();
+  const auto rows = static_cast<unsigned int>(content.GetRowCount());
+  if (rows < RBLDataFormat.GetMinRows()) return false;
+  const int used = static_cast<int>(std::min(rows, RBLDataFormat.GetMaxRows()));
+  return CheckDataValidity(content, used) && CreateAnnouncements(content, used);
+}
+
+bool CkaSpeechbuilder::CheckDataValidity(CkaRBLDataContent& content, int rowCount) const {
+  PrintOut("CheckDataValidity\n");
+  bool valid = true;
+  for (int row = 0; row < rowCount; ++row) {
+    for (int i = 0; i < RBLDataFormat.GetAttributeCount(); ++i) {
+      if (!RBLDataFormat.IsAttributeRequiredAt(i)) continue;
+      if (content.GetValue(row, RBLDataFormat.GetAttributeNameAt(i)).empty()) valid = false;
+    }
+  }
+  return valid;
+}
+
+bool CkaSpeechbuilder::CreateAnnouncements(CkaRBLDataContent& content, int rowCount) {
+  // Counted here and indexed in the sequence: both sections list the languages in one order.
+  const int languages = SpeechFormat.GetLanguageCount();
+  for (int row = 0; row < rowCount; ++row) {
+    CkaCaseCheck cases;
+    cases.Initialize(&CaseData, &content);
+    cases.CheckForRow(row);
+    for (int lang = 0; lang < languages; ++lang) {
+      kaAnnouncementText announcement;
+      {
+        PrintedReports printed;
+        announcement = ComposeText(content, cases, row, lang, printed.Reports);
+      }
+      if (announcement.bExists) SaveSpeech(announcement.Language, row, announcement.Text);
+    }
+  }
+  MoveSpeeches(rowCount);
+  return true;
+}
+
+// ---- The text of an announcement ----
+
+CkaSpeechbuilder::kaAnnouncementText CkaSpeechbuilder::ComposeText(
+    const CkaRBLDataContent& content, const CkaCaseCheck& cases, int row, int lang,
+    std::vector<kaReport>& reports) const {
+  const kaOutputCapture capture(reports);
+  kaAnnouncementText announcement;
+  // A truth value serves as list index: announcement documents put the full form first and the
+  // short form second. The index is thus never negative, and the row never takes its place.
+  int index = SpeechGen.GetAnnouncementIndex(lang, row) ? 1 : 0;
+  if (index < 0) index = row;
+  PrintOut("select lang " + std::to_string(index) + "\n");
+  if (!SpeechGen.DoesAnnouncementExists(lang, index)) return announcement;
+
+  announcement.bExists = true;
+  announcement.Language = SpeechGen.GetLanguageName(lang);
+  announcement.Text = SpeechGen.GetGeneralPrefix(lang) + " ";
+  for (const auto& phrase : SpeechGen.AccessAnnouncement(lang, index).Phrases) {
+    if (!phrase.Condition.empty() && !cases.IsCaseTrue(phrase.Condition)) continue;
+    AppendPhrase(announcement, phrase, content, row);
+  }
+  return announcement;
+}
+
+void CkaSpeechbuilder::AppendPhrase(kaAnnouncementText& announcement,
+                                    const CkaSpeechGen::kaTTSPhrase& phrase,
+                                    const CkaRBLDataContent& content, int row) const {
+  const std::string& lang = announcement.Language;
+  std::string& text = announcement.Text;
+  switch (SpeechFormat.GetElementTrait(lang, phrase.RefId)) {
+    case CkaSpeechFormat::_KASsound:
+      text += PlayPrefix + SoundsPath + "/" + phrase.RefId + PlaySuffix;
+      break;
+    case CkaSpeechFormat::_KASsteady:
+      text += PlayPrefix + SteadyPath + "/" + lang + "/" + phrase.RefId + PlaySuffix;
+      PrintOut("prepare steady: " + text + "\n");
+      break;
+    case CkaSpeechFormat::_KAStemp:
+      text +=
+          SpeakValue(phrase, content.GetValue(row, GetRBLAttNameFromSpeechId(phrase.RefId)), lang);
+      break;
+    default:
+      break;
+  }
+}
+
+std::string CkaSpeechbuilder::SpeakValue(const CkaSpeechGen::kaTTSPhrase& phrase,
+                                         const std::string& value, const std::string& lang) const {
+  // Documents switch a lexicon off by a name of one character.
+  const bool hasLexicon = phrase.Lexicon.size() > 1;
+  return phrase.Prefix +
+         (hasLexicon ? UseLexicon(value, "./lexidata/" + lang + "/" + phrase.Lexicon) : value) +
+         phrase.Suffix;
+}
+
+std::string CkaSpeechbuilder::GetRBLAttNameFromSpeechId(const std::string& id) const {
+  const int index = RBLDataFormat.FindAssignedAttribute(id);
+  return index < 0 ? "" : RBLDataFormat.GetAttributeNameAt(index);
+}
+
+std::string CkaSpeechbuilder::UseLexicon(const std::string& text,
+                                         const std::string& lexiconPath) const {
+  CkaProfile lexicon;
+  if (!lexicon.Initialize(CkaFile().GetFileNameFromShellPath(lexiconPath))) return text;
+  kaMaskedText masked = MakeFreeText(text);
+  ApplyLexicon(masked, lexicon);
+  PrintOut(masked.Mask + masked.Text + "\n");
+  return masked.Text;
+}
+
+// ---- Speech files ----
+
+bool CkaSpeechbuilder::SaveSpeech(const std::string& lang, int n, const std::string& text) const {
+  const std::string backup = CreateBackupFileName(lang, n);
+  std::string old;
+  if (CkaFile().FileExists(backup)) {
+    old = CkaFile().GetFileAsString(backup);
+  } else {
+    PrintErr("Backup-File nicht vorhanden\n");
+  }
+  if (old == text) return true;
+  // Should the text not be kept, the engine says so itself when it finds no file.
+  CkaFile().WriteToFile(backup.c_str(), text, true);
+  RunShellCommand(MakeSaveCommand(backup, CreateStoreWavFileName(lang, n)));
+  return true;
+}
+
+void CkaSpeechbuilder::SaveSpeech(const std::string& textFile, const std::string& wavFile) const {
+  const std::string command = MakeSaveCommand(textFile, wavFile);
+  PrintOut("SaveSpeech CMD: " + command + "\n");
+  RunShellCommand(command);
+}
+
+std::string CkaSpeechbuilder::MakeSaveCommand(const std::string& textFile,
+                                              const std::string& wavFile) const {
+  const std::string engine = kaConfig.GetValueString("savespeech" + engineName);
+  return "cd " + CkaFile().GetParentDir(engine, false) + "; " + engine + " \"" + textFile + "\" " +
+         wavFile;
+}
+
+std::string CkaSpeechbuilder::CreateBackupFileName(const std::string& lang, int n) const {
+  return StoreAnnounce + "/" + lang + std::to_string(n);
+}
+
+std::string CkaSpeechbuilder::CreateStoreWavFileName(const std::string& lang, int n) const {
+  return CreateBackupFileName(lang, n) + ".wav";
+}
+
+std::string CkaSpeechbuilder::CreatePlayWavFileName(const std::string& lang, int n) const {
+  return PlayAnnounce + "/" + lang + std::to_string(n) + ".wav";
+}
+
+bool CkaSpeechbuilder::MoveSpeeches(int rowCount) const {
+  if (WaitWhileBlocked(kLongestPlayback, [this] { return IsPlayBlocked(); })) {
+    PrintErr("Zu langer Abspielzeitraum. Überspielen wurde abgebrochen!!\n");
+    return false;
+  }
+  DoSaveBlock(true);
+  DeletePlayedSpeeches();
+  CopyStoredSpeeches(rowCount);
+  DoSaveBlock(false);
+  return true;
+}
+
+void CkaSpeechbuilder::DeletePlayedSpeeches() const {
+  if (IsWholeMachine(PlayAnnounce)) return;
+  RunShellCommand("rm $(find " + PlayAnnounce + "/* -name \"*.wav\")");
+}
+
+void CkaSpeechbuilder::CopyStoredSpeeches(int rowCount) const {
+  for (int row = 0; row < rowCount; ++row) {
+    for (int l = 0; l < SpeechGen.GetLanguageCount(); ++l) {
+      const std::string lang = SpeechGen.GetLanguageName(l);
+      const std::string stored = CreateStoreWavFileName(lang, row);
+      if (!CkaFile().FileExists(stored)) continue;
+      RunShellCommand("cp " + stored + " " + CreatePlayWavFileName(lang, row));
+    }
+  }
+}

@@ -1,0 +1,105 @@
+#ifndef KA_SPEECHBUILDER_H
+#define KA_SPEECHBUILDER_H
+
+#include <string>
+#include <vector>
+
+#include "kaCases.h"
+#include "kaOutput.h"
+#include "kaProfile.h"
+#include "kaRBLDataFormat.h"
+#include "kaSpeechFormat.h"
+#include "kaSpeechGen.h"
+
+class CkaCaseCheck;
+class CkaRBLDataContent;
+
+/// The announcement builder: knows the announcement document, turns received data blocks into
+/// announcement texts, has them made into speech files and rotates those into the play directory.
+class CkaSpeechbuilder : public CkaSuperior {
+ public:
+  /// The text of one row in one language.
+  struct kaAnnouncementText {
+    bool bExists = false;  ///< false: the language has no announcement for the row
+    std::string Language;
+    std::string Text;
+  };
+
+  CkaSpeechbuilder();
+
+  /// Reads the configuration and the announcement document at `path`. The first failure ends it.
+  /// \throws std::out_of_range if the document lacks References, Assembly or RBLFormat.
+  bool Initialize(const std::string& path);
+
+  std::string GetPlayAnnounce() const;
+  std::string GetStoreAnnounce() const;
+
+  /// Marker files in the play directory keep rotation and playback apart. Only their existence
+  /// counts. Setting one returns false if it cannot be written; clearing one is always true.
+  bool IsPlayBlocked() const;
+  bool IsSaveBlocked() const;
+  bool DoPlayBlock(bool block) const;
+  bool DoSaveBlock(bool block) const;
+
+  /// Whether every required attribute has a value in each of the first `rowCount` rows.
+  bool CheckDataValidity(CkaRBLDataContent& content, int rowCount) const;
+  /// Builds and saves the announcements of the first `rowCount` rows in every language, then
+  /// rotates them into the play directory. Always true. \throws std::out_of_range for a document
+  /// whose sections do not fit together.
+  bool CreateAnnouncements(CkaRBLDataContent& content, int rowCount);
+  /// Composes the text of row `row` in language `lang` and changes nothing: what the server prints
+  /// on the way is appended to `reports`, and no file is written and no engine run. \param cases
+  /// has checked the row \throws std::out_of_range as CreateAnnouncements; `reports` then holds
+  /// what came before.
+  kaAnnouncementText ComposeText(const CkaRBLDataContent& content, const CkaCaseCheck& cases,
+                                 int row, int lang, std::vector<kaReport>& reports) const;
+  /// Name of the last attribute assigned to element `id`, "" if there is none.
+  std::string GetRBLAttNameFromSpeechId(const std::string& id) const;
+  /// `text` with the replacements of a lexicon file; unchanged if the file cannot be loaded.
+  std::string UseLexicon(const std::string& text, const std::string& lexiconPath) const;
+
+  /// Makes the announcements of one received block.
+  /// \return false if it is no XML, has too few rows, or lacks a required value.
+  bool GenerateNewSpeeches(std::string& data);
+  /// Has the engine make the speech file for a text unless it is the last one of this language and
+  /// row. Always true.
+  bool SaveSpeech(const std::string& lang, int n, const std::string& text) const;
+  /// Has the engine make `wavFile` from an existing text file.
+  void SaveSpeech(const std::string& textFile, const std::string& wavFile) const;
+  std::string CreateBackupFileName(const std::string& lang, int n) const;
+  std::string CreateStoreWavFileName(const std::string& lang, int n) const;
+  std::string CreatePlayWavFileName(const std::string& lang, int n) const;
+  /// Replaces the speech files of the play directory by those of the first `rowCount` rows.
+  /// \return false if a playback went on for 120 s; then nothing is moved.
+  bool MoveSpeeches(int rowCount) const;
+
+  bool bIsInitialized;
+  CkaSpeechFormat SpeechFormat;
+  CkaRBLDataFormat RBLDataFormat;
+  CkaCases CaseData;
+  CkaSpeechGen SpeechGen;
+  CkaProfile kaConfig;
+  std::string SoundsPath;
+  std::string SteadyPath;
+  std::string StoreAnnounce;
+  std::string PlayAnnounce;
+  std::string PlayPrefix;
+  std::string PlaySuffix;
+  std::string SaveSpeechPath;
+  std::string PlayBlock;
+  std::string SaveBlock;
+  std::string engineName;
+
+ private:
+  void ReadConfiguration();
+  bool ReadDocument(const std::string& path);
+  void AppendPhrase(kaAnnouncementText& announcement, const CkaSpeechGen::kaTTSPhrase& phrase,
+                    const CkaRBLDataContent& content, int row) const;
+  std::string SpeakValue(const CkaSpeechGen::kaTTSPhrase& phrase, const std::string& value,
+                         const std::string& lang) const;
+  std::string MakeSaveCommand(const std::string& textFile, const std::string& wavFile) const;
+  void DeletePlayedSpeeches() const;
+  void CopyStoredSpeeches(int rowCount) const;
+};
+
+#endif
