@@ -103,7 +103,7 @@ std::string CkaProfile::GetValueString(char* name) const {
 
 std::string CkaProfile::GetValueString(const std::string& name) const {
   const int pos = GetVarPos(name);
-  const std::string value = GetValueAt(pos);
+  std::string value = GetValueAt(pos);
   PrintOut("GetValueString: " + name + "=" + (pos < 0 ? "Not Found" : value) + "\n");
   return value;
 }

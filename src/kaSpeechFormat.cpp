@@ -152,14 +152,13 @@ bool CkaSpeechFormat::GetElementData(xmlpp::Node* node, KaLangRef& ref) {
   if (elements.empty()) return true;
 
   const bool keepsFiles = AppRef != nullptr;
-  const std::string steadyDir = keepsFiles ? SteadyDirectory() : "";
+  const std::string languageDir = keepsFiles ? SteadyDirectory() + "/" + ref.LangName + "/" : "";
   for (xmlpp::Node* element : elements) {
     const std::string id = GetAttributeValue(element, "id");
     const int trait = TraitFromWord(GetAttributeValue(element, "trait"));
     if (trait < 0) return false;
     if (trait == _KASsteady && keepsFiles) {
-      UpdateSteadySpeech(steadyDir + "/" + ref.LangName + "/" + id,
-                         GetAttributeValue(element, "text"));
+      UpdateSteadySpeech(languageDir + id, GetAttributeValue(element, "text"));
     }
     ref.Elements.push_back({id, trait});
   }

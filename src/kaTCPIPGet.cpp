@@ -176,7 +176,7 @@ bool SendAnswer(int connection) {
 /// Takes what the client sent beyond the one read: closing over unread bytes would reset the
 /// connection before the client saw the answer.
 void DrainSurplus(int connection) {
-  constexpr std::size_t kMost = 64 * 1024;
+  constexpr std::size_t kMost = 65536;
   std::array<char, 4096> surplus;
   ssize_t count = 1;
   for (std::size_t taken = 0; taken < kMost && count > 0;

@@ -21,7 +21,7 @@ class kaClosedXmlWorld {
 void SilenceXmlLibrary();
 
 /// Largest size in bytes to which a document from the network may expand.
-constexpr std::size_t kMaxExpandedXml = 256 * 1024;
+constexpr std::size_t kMaxExpandedXml = 262144;
 
 /// Whether `document`, with every entity and default attribute counted each time it occurs, stays
 /// within kMaxExpandedXml. It is parsed without expanding anything, so the answer costs time and
