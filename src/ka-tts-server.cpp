@@ -33,6 +33,12 @@ void RunRestartScript() {
   RunShellCommand("sh restart " + std::to_string(getpid()) + " " + GlobalCWD + "/ka-tts-server");
 }
 
+/// Ends with the listener threads alive: they serve until the process is gone, and nothing that they
+/// use is destroyed.
+[[noreturn]] void EndProcess(int status) {
+  std::exit(status);  // NOLINT(concurrency-mt-unsafe): called once, by the main thread
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -47,13 +53,12 @@ int main(int argc, char** argv) {
   // open.
   if (server.IsInitialized()) {
     server.SendErrMsg(0, kEntryMsgClass);
-    std::exit(EXIT_FAILURE);
+    EndProcess(EXIT_FAILURE);
   }
   server.SendStdMsg(_MMInitServer, kEntryMsgClass);
   InterpretCL(argc, argv);
   WaitForEnd();
   server.SendStdMsg(_MMCloseServer, kEntryMsgClass);
   if (LoadShared(ServerRestart)) RunRestartScript();
-  // Ends with the listener threads alive; `server` is never destroyed.
-  std::exit(EXIT_SUCCESS);
+  EndProcess(EXIT_SUCCESS);
 }
