@@ -1,0 +1,78 @@
+#include "AudioFile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <stdexcept>
+#include <vector>
+
+#include "RegularFile.h"
+#include "Resampler.h"
+#include "TextCleaner.h"
+
+namespace engine {
+namespace {
+
+constexpr std::size_t kFramesPerBlock = 4096;
+
+std::int16_t ToSample(float value) {
+  using Limits = std::numeric_limits<std::int16_t>;
+  const float scaled = std::clamp(value * 32768.0F, static_cast<float>(Limits::min()),
+                                  static_cast<float>(Limits::max()));
+  return static_cast<std::int16_t>(std::lrint(scaled));
+}
+
+// The mean of one frame's channels. Values that are no number, which files of floating point
+// numbers may hold, count as silence.
+float MixedDown(std::span<const float> frame) {
+  float sum = 0;
+  for (const float value : frame)
+    sum += std::isfinite(value) ? value : 0.0F;
+  return std::clamp(sum / static_cast<float>(frame.size()), -16.0F, 16.0F);
+}
+
+std::vector<float> MixDown(std::span<const float> frames, std::size_t channels) {
+  std::vector<float> mono;
+  mono.reserve(frames.size() / channels);
+  for (; !frames.empty(); frames = frames.subspan(channels)) {
+    mono.push_back(MixedDown(frames.first(channels)));
+  }
+  return mono;
+}
+
+std::vector<std::int16_t> ToSamples(std::span<const float> values) {
+  std::vector<std::int16_t> samples(values.size());
+  std::ranges::transform(values, samples.begin(), ToSample);
+  return samples;
+}
+
+}  // namespace
+
+AudioFile::AudioFile(const std::string& path) : path_(path), descriptor_(OpenRegularFile(path)) {
+  file_.reset(sf_open_fd(descriptor_.Get(), SFM_READ, &info_, SF_FALSE));
+  if (!file_) ThrowError(sf_strerror(nullptr));
+}
+
+void AudioFile::PlayInto(SampleSink& sink) try {
+  const auto channels = static_cast<std::size_t>(info_.channels);
+  std::vector<float> block(kFramesPerBlock * channels);
+  Resampler resampler(info_.samplerate);
+  bool isLast = false;
+  while (!isLast) {
+    const sf_count_t frames = sf_readf_float(file_.get(), block.data(), kFramesPerBlock);
+    isLast = frames <= 0;
+    const std::size_t values = isLast ? 0 : static_cast<std::size_t>(frames) * channels;
+    const std::vector<float> mono = MixDown(std::span(block).first(values), channels);
+    sink.Write(ToSamples(resampler.Convert(mono, isLast)));
+  }
+  if (sf_error(file_.get()) != SF_ERR_NO_ERROR) ThrowError(sf_strerror(file_.get()));
+} catch (const Resampler::Error& error) {
+  ThrowError(error.what());
+}
+
+void AudioFile::ThrowError(const std::string& reason) const {
+  throw FileError("cannot play " + InQuotes(path_) + ": " + reason);
+}
+
+}  // namespace engine
