@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -32,6 +33,17 @@ kaDescriptor OpenFile(const char* path, int flags) {
     descriptor = open(path, flags | O_CLOEXEC, kNotExecutable);
   } while (descriptor < 0 && errno == EINTR);
   return kaDescriptor(descriptor);
+}
+
+std::string ReadAll(int descriptor) {
+  std::string content;
+  std::array<char, 65536> block;
+  ssize_t count = 0;
+  do {
+    count = read(descriptor, block.data(), block.size());
+    if (count > 0) content.append(block.data(), static_cast<std::size_t>(count));
+  } while (count > 0 || (count < 0 && errno == EINTR));
+  return content;
 }
 
 bool WriteAll(int descriptor, const char* data, std::size_t size) {

@@ -2,6 +2,7 @@
 #define KA_DESCRIPTOR_H
 
 #include <cstddef>
+#include <string>
 
 /// Owns one file descriptor and closes it. -1 means "none".
 class kaDescriptor {
@@ -26,6 +27,9 @@ class kaDescriptor {
 
 /// Opens a file for this process alone (children do not inherit it). Result may be invalid.
 kaDescriptor OpenFile(const char* path, int flags);
+
+/// Reads up to the end of the file, over interruptions; what came before an error on one.
+std::string ReadAll(int descriptor);
 
 /// Writes all `size` bytes, over partial writes and interruptions. False on an error.
 bool WriteAll(int descriptor, const char* data, std::size_t size);

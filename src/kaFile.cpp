@@ -3,10 +3,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
 
 #include "ka-tts-server.h"
 #include "kaDescriptor.h"
@@ -53,15 +49,7 @@ std::string CkaFile::GetFileAsString(const std::string& path) const {
     PrintErr("File does not exist: \"" + resolved + "\" !! \n");
     return "";
   }
-  std::string content;
-  std::array<char, 65536> block;
-  const kaDescriptor file = OpenFile(resolved.c_str(), O_RDONLY);
-  ssize_t count = 0;
-  do {
-    count = read(file.Get(), block.data(), block.size());
-    if (count > 0) content.append(block.data(), static_cast<std::size_t>(count));
-  } while (count > 0 || (count < 0 && errno == EINTR));
-  return content;
+  return ReadAll(OpenFile(resolved.c_str(), O_RDONLY).Get());
 }
 
 std::string CkaFile::GetFileAsString() const {

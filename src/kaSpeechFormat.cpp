@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 
 #include "kaDescriptor.h"
 #include "kaFile.h"
@@ -181,8 +179,7 @@ bool existsf(const std::string& path) {
 }
 
 std::string readf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  return ReadAll(OpenFile(path.c_str(), O_RDONLY).Get());
 }
 
 bool writef(const std::string& path, const std::string& text) {
