@@ -53,8 +53,8 @@ class ExpandedSize {
   std::size_t OfDocument() { return OfNodes(document_->children); }
 
  private:
-  /// Sizes of one entity as content (with elements in it) and as text of an attribute.
-  using Sizes = std::unordered_map<const xmlEntity*, std::size_t>;
+  template <class Declaration>
+  using Sizes = std::unordered_map<const Declaration*, std::size_t>;
 
   static std::size_t Add(std::size_t sum, std::size_t more) {
     return std::min(sum + more, kMaxExpandedXml + 1);
@@ -74,8 +74,8 @@ class ExpandedSize {
       case XML_ELEMENT_NODE:
         return Add(OfTag(node), OfNodes(node->children));
       case XML_ENTITY_REF_NODE:
-        return OfEntity(xmlGetDocEntity(document_, node->name), contentSizes_,
-                        [this](auto* e) { return OfNodes(e->children); });
+        return OfOnce(xmlGetDocEntity(document_, node->name), contentSizes_,
+                      [this](const xmlEntity* e) { return OfNodes(e->children); });
       case XML_DTD_NODE:
         return 0;
       default:
@@ -93,7 +93,22 @@ class ExpandedSize {
          attribute = attribute->next) {
       sum = Add(sum, Add(Length(attribute->name) + 4, OfValue(attribute->children)));
     }
-    return sum;
+    return Add(sum, OfDefaults(element));
+  }
+
+  /// The attributes that an element has by declaration.
+  std::size_t OfDefaults(const xmlNode* element) {
+    const xmlChar* prefix = element->ns == nullptr ? nullptr : element->ns->prefix;
+    const xmlElement* declaration =
+        xmlGetDtdQElementDesc(document_->intSubset, element->name, prefix);
+    return OfOnce(declaration, defaultSizes_, [this](const xmlElement* e) {
+      std::size_t sum = 0;
+      for (const xmlAttribute* a = e->attributes; a != nullptr; a = a->nexth) {
+        if (a->defaultValue == nullptr) continue;
+        sum = Add(sum, Add(Length(a->name) + 4, OfReplacementText(a->defaultValue)));
+      }
+      return sum;
+    });
   }
 
   std::size_t OfValue(const xmlNode* first) {
@@ -107,7 +122,8 @@ class ExpandedSize {
   }
 
   std::size_t OfEntityText(const xmlEntity* entity) {
-    return OfEntity(entity, textSizes_, [this](auto* e) { return OfReplacementText(e->content); });
+    return OfOnce(entity, textSizes_,
+                  [this](const xmlEntity* e) { return OfReplacementText(e->content); });
   }
 
   /// A replacement text in which references still stand as "&name;".
@@ -131,35 +147,62 @@ class ExpandedSize {
     return OfEntityText(xmlGetDocEntity(document_, reinterpret_cast<const xmlChar*>(name.c_str())));
   }
 
-  /// The size of one entity, measured by `measure` when it is asked for the first time. An entity
-  /// that contains itself counts as nothing here; the parser refuses it.
-  template <class Measure>
-  std::size_t OfEntity(const xmlEntity* entity, Sizes& sizes, Measure measure) {
-    if (entity == nullptr) return 0;
-    const auto [known, isNew] = sizes.try_emplace(entity, 0);
+  /// The size of one declaration, measured by `measure` when it is asked for the first time. An
+  /// entity that contains itself counts as nothing there; the parser refuses it.
+  template <class Declaration, class Measure>
+  std::size_t OfOnce(const Declaration* declaration, Sizes<Declaration>& sizes, Measure measure) {
+    if (declaration == nullptr) return 0;
+    const auto [known, isNew] = sizes.try_emplace(declaration, 0);
     if (!isNew) return known->second;
-    const std::size_t size = measure(entity);
-    sizes[entity] = size;
+    const std::size_t size = measure(declaration);
+    sizes[declaration] = size;
     return size;
   }
 
   xmlDoc* document_;
-  Sizes contentSizes_;
-  Sizes textSizes_;
+  Sizes<xmlEntity> contentSizes_;  ///< of entities in content, with elements in them
+  Sizes<xmlEntity> textSizes_;     ///< of entities in attributes
+  Sizes<xmlElement> defaultSizes_;
 };
 
-/// Stops a document whose declarations alone, by parameter entities, grow beyond the limit.
-void DeclareEntityWithinLimit(void* userData, const xmlChar* name, int type,
-                              const xmlChar* publicId, const xmlChar* systemId, xmlChar* content) {
-  auto* context = static_cast<xmlParserCtxt*>(userData);
-  std::size_t& declared = *static_cast<std::size_t*>(context->_private);
-  declared += Length(content);
-  if (declared > kMaxExpandedXml) {
-    xmlStopParser(context);
-    return;
+/// Counts what the declarations of a document grow to by parameter entities, and stops the parser
+/// above the limit.
+class DeclarationLimit {
+ public:
+  explicit DeclarationLimit(xmlParserCtxt* context) {
+    context->_private = this;
+    context->sax->entityDecl = DeclareEntity;
+    context->sax->getParameterEntity = GetParameterEntity;
   }
-  xmlSAX2EntityDecl(userData, name, type, publicId, systemId, content);
-}
+
+  bool IsExceeded() const { return size_ > kMaxExpandedXml; }
+
+ private:
+  /// What a reference costs beside its text, so that empty entities come to an end, too.
+  static constexpr std::size_t kReference = 64;
+
+  static bool Count(xmlParserCtxt* context, std::size_t more) {
+    auto* limit = static_cast<DeclarationLimit*>(context->_private);
+    limit->size_ += more;
+    if (limit->IsExceeded()) xmlStopParser(context);
+    return !limit->IsExceeded();
+  }
+
+  static void DeclareEntity(void* userData, const xmlChar* name, int type, const xmlChar* publicId,
+                            const xmlChar* systemId, xmlChar* content) {
+    if (!Count(static_cast<xmlParserCtxt*>(userData), Length(content))) return;
+    xmlSAX2EntityDecl(userData, name, type, publicId, systemId, content);
+  }
+
+  static xmlEntity* GetParameterEntity(void* userData, const xmlChar* name) {
+    xmlEntity* entity = xmlSAX2GetParameterEntity(userData, name);
+    if (entity == nullptr) return nullptr;
+    const std::size_t size = Length(entity->content) + kReference;
+    return Count(static_cast<xmlParserCtxt*>(userData), size) ? entity : nullptr;
+  }
+
+  std::size_t size_ = 0;
+};
 
 }  // namespace
 
@@ -181,12 +224,11 @@ bool ExpandsWithinLimit(const std::string& document) {
   const ContextPtr context(
       xmlCreateMemoryParserCtxt(document.data(), static_cast<int>(document.size())));
   if (context == nullptr) return false;
-  std::size_t declared = 0;
-  context->_private = &declared;
   xmlCtxtUseOptions(context.get(), XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-  context->sax->entityDecl = DeclareEntityWithinLimit;
+  DeclarationLimit declarations(context.get());
   xmlParseDocument(context.get());
   if (context->wellFormed == 0 || context->myDoc == nullptr) return false;
+  if (declarations.IsExceeded()) return false;
   if (context->myDoc->intSubset == nullptr) return true;
   return ExpandedSize(context->myDoc).OfDocument() <= kMaxExpandedXml;
 }
