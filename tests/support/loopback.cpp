@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -101,6 +102,17 @@ void Client::Send(std::string_view text) const {
 
 void Client::EndSending() const {
   Require(shutdown(socket_.Get(), SHUT_WR) == 0, "shutdown");
+}
+
+bool Client::IsDelivered() const {
+  int unacknowledged = 0;
+  Require(ioctl(socket_.Get(), TIOCOUTQ, &unacknowledged) == 0, "TIOCOUTQ");
+  return unacknowledged == 0;
+}
+
+bool Client::HasAnswer() const {
+  char byte = 0;
+  return recv(socket_.Get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0;
 }
 
 std::string Client::ReceiveAll() const {

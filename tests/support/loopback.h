@@ -39,6 +39,10 @@ class Client {
   void Send(std::string_view text) const;
   /// Tells the server that nothing more will come.
   void EndSending() const;
+  /// Whether all that was sent lies in the server's queue or was read.
+  bool IsDelivered() const;
+  /// Whether something of an answer, or the end of the connection, is there.
+  bool HasAnswer() const;
   /// Everything up to the end of the connection; throws when it was reset.
   std::string ReceiveAll() const;
   /// Vanishes: the server's end is reset.

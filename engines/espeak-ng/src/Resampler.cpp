@@ -10,6 +10,9 @@ namespace {
 
 constexpr int kMono = 1;
 
+// Stands for an empty input: without an address, the converter would keep what it holds back.
+constexpr float kNothing = 0;
+
 // Room for what the converter held back from earlier input. It is asked again until it has nothing
 // more, so this is no limit.
 constexpr std::size_t kSpareFrames = 4096;
@@ -35,7 +38,7 @@ std::span<const float> Resampler::Convert(std::span<const float> input, bool isL
     output_.resize(produced + kSpareFrames +
                    static_cast<std::size_t>(static_cast<double>(input.size()) * ratio_));
     SRC_DATA data{};
-    data.data_in = input.data();
+    data.data_in = input.empty() ? &kNothing : input.data();
     data.input_frames = static_cast<long>(input.size());
     data.data_out = output_.data() + produced;
     data.output_frames = static_cast<long>(output_.size() - produced);

@@ -11,7 +11,8 @@
 
 namespace engine {
 
-/// espeak-ng. The library keeps its state in global variables, so there is one at a time.
+/// espeak-ng. The library keeps its state in global variables and cannot be ended a second time, so
+/// there is one object in the life of a process.
 class Synthesiser {
  public:
   /// Throws Failure if espeak-ng does not find its data.

@@ -1,0 +1,137 @@
+#include "kaLexicon.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Words = std::vector<std::pair<std::string, std::string>>;
+
+CkaProfile LexiconOf(const Words& words) {
+  CkaProfile lexicon;
+  for (const auto& [word, replacement] : words)
+    lexicon.ProfValues.push_back({word, replacement});
+  return lexicon;
+}
+
+kaMaskedText Apply(const std::string& text, const Words& words) {
+  kaMaskedText masked = MakeFreeText(text);
+  ApplyLexicon(masked, LexiconOf(words));
+  return masked;
+}
+
+/// The replacement, step by step.
+kaMaskedText ApplyPlainly(kaMaskedText masked, const Words& words) {
+  for (const auto& [word, replacement] : words) {
+    for (auto pos = masked.Text.find(word); pos != std::string::npos;
+         pos = masked.Text.find(word, pos + 1)) {
+      if (masked.Mask.substr(pos, word.size()).find('*') != std::string::npos) continue;
+      masked.Text.replace(pos, word.size(), replacement);
+      masked.Mask.replace(pos, word.size(), replacement.size(), '*');
+    }
+  }
+  return masked;
+}
+
+std::string RandomWord(std::mt19937& random, std::size_t longest) {
+  std::string word(random() % (longest + 1), 'a');
+  for (char& letter : word)
+    letter = static_cast<char>('a' + random() % 3);
+  return word;
+}
+
+}  // namespace
+
+TEST(Lexicon, FreeTextProtectsNothing) {
+  const kaMaskedText masked = MakeFreeText("größe");
+  EXPECT_EQ(masked.Text, "größe");
+  EXPECT_EQ(masked.Mask, ".......");
+  EXPECT_EQ(MakeFreeText("").Mask, "");
+}
+
+TEST(Lexicon, EveryOccurrenceIsReplaced) {
+  const kaMaskedText masked = Apply("Hbf Hbf", {{"Hbf", "Hauptbahnhof"}});
+  EXPECT_EQ(masked.Text, "Hauptbahnhof Hauptbahnhof");
+  EXPECT_EQ(masked.Mask, "************.************");
+}
+
+TEST(Lexicon, LaterEntryDoesNotTouchInsertedText) {
+  const kaMaskedText masked = Apply("a", {{"a", "b"}, {"b", "c"}});
+  EXPECT_EQ(masked.Text, "b");
+  EXPECT_EQ(masked.Mask, "*");
+}
+
+TEST(Lexicon, ReplacementThatContainsItsWordIsNotReplacedAgain) {
+  const kaMaskedText masked = Apply("ICE", {{"ICE", "I C ICE"}});
+  EXPECT_EQ(masked.Text, "I C ICE");
+  EXPECT_EQ(masked.Mask, "*******");
+}
+
+TEST(Lexicon, EntriesApplyInTheirOrder) {
+  EXPECT_EQ(Apply("aa", {{"aa", "x"}, {"a", "y"}}).Text, "x");
+  EXPECT_EQ(Apply("aa", {{"a", "y"}, {"aa", "x"}}).Text, "yy");
+}
+
+TEST(Lexicon, WordThatTouchesProtectedTextIsNotReplaced) {
+  const kaMaskedText masked = Apply("abc", {{"b", "b"}, {"ab", "x"}, {"bc", "y"}, {"abc", "z"}});
+  EXPECT_EQ(masked.Text, "abc");
+  EXPECT_EQ(masked.Mask, ".*.");
+}
+
+TEST(Lexicon, WordsAroundProtectedTextAreReplaced) {
+  kaMaskedText masked{"[m]a[m]a", "***.***."};
+  ApplyLexicon(masked, LexiconOf({{"a", "xy"}, {"m", "z"}}));
+  EXPECT_EQ(masked.Text, "[m]xy[m]xy");
+  EXPECT_EQ(masked.Mask, "**********");
+}
+
+TEST(Lexicon, BytesAreComparedExactly) {
+  EXPECT_EQ(Apply("hbf HBF Hb", {{"Hbf", "x"}}).Text, "hbf HBF Hb");
+  EXPECT_EQ(Apply("Zürich", {{"\xc3", "x"}}).Text, "Zx\xbcrich");
+}
+
+TEST(Lexicon, EmptyReplacementRemovesAndStepsOverOneByte) {
+  const kaMaskedText masked = Apply("aab", {{"a", ""}});
+  EXPECT_EQ(masked.Text, "ab");
+  EXPECT_EQ(masked.Mask, "..");
+  EXPECT_EQ(Apply("a", {{"a", ""}}).Text, "");
+}
+
+TEST(Lexicon, OverlappingOccurrencesAreReplacedFromTheLeft) {
+  EXPECT_EQ(Apply("aaaa", {{"aa", "x"}}).Text, "xx");
+  EXPECT_EQ(Apply("aaa", {{"aa", "x"}}).Text, "xa");
+}
+
+TEST(Lexicon, EmptyWordReplacesNothing) {
+  const kaMaskedText masked = Apply("abc", {{"", "x"}, {"b", "y"}});
+  EXPECT_EQ(masked.Text, "ayc");
+  EXPECT_EQ(masked.Mask, ".*.");
+  EXPECT_EQ(Apply("", {{"", "x"}}).Text, "");
+}
+
+TEST(Lexicon, EmptyLexiconChangesNothing) {
+  EXPECT_EQ(Apply("abc", {}).Text, "abc");
+  EXPECT_EQ(Apply("abc", {}).Mask, "...");
+}
+
+TEST(Lexicon, RandomLexicaReplaceAsThePlainCode) {
+  for (unsigned int seed = 0; seed < 3000; ++seed) {
+    std::mt19937 random(seed);
+    kaMaskedText masked = MakeFreeText(RandomWord(random, 20));
+    for (char& mark : masked.Mask)
+      mark = random() % 6 == 0 ? '*' : '.';
+    Words words;
+    for (auto count = random() % 5; count > 0; --count) {
+      const std::string word = RandomWord(random, 3);
+      words.emplace_back(word + "a", RandomWord(random, 3));
+    }
+    const kaMaskedText expected = ApplyPlainly(masked, words);
+    ApplyLexicon(masked, LexiconOf(words));
+    ASSERT_EQ(masked.Text, expected.Text) << seed;
+    ASSERT_EQ(masked.Mask, expected.Mask) << seed;
+  }
+}
