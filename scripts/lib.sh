@@ -56,6 +56,20 @@ config_path() {
   esac
 }
 
+# server_port STAGE KEY: the port that the server opens; it takes 50000 in place of one it refuses.
+server_port() {
+  local port
+  port=$(config_value "$1/kaconfig/kaTtsServer.kacfg" "$2")
+  if [[ ! $port =~ ^[0-9]{1,9}$ ]] || ((10#$port < 1 || 10#$port > 65534)); then port=50000; fi
+  printf '%d\n' "$((10#$port))"
+}
+
+# ports_in_words STAGE
+ports_in_words() {
+  printf 'text port %s, data port %s, command port %s\n' "$(server_port "$1" reginputport)" \
+    "$(server_port "$1" rblinputport)" "$(server_port "$1" cmdinputport)"
+}
+
 # document_languages FILE: the names of the languages of an announcement document, one a line.
 # "all" is none: it lends its elements to the others.
 document_languages() {
