@@ -25,7 +25,8 @@ const xmlpp::Element* AsElement(const xmlpp::Node* node) {
 void ParseFromNetwork(xmlpp::DomParser& parser, const std::string& document) {
   const kaClosedXmlWorld closed;
   parser.set_parser_options(XML_PARSE_NONET);
-  parser.parse_memory(document);
+  // No text at all is refused by the parser, and the document before is gone as after any failure.
+  parser.parse_memory(ExpandsWithinLimit(document) ? document : "");
 }
 
 }  // namespace
@@ -38,7 +39,6 @@ CkaNavigateXML::~CkaNavigateXML() = default;
 
 bool CkaNavigateXML::Initialize(const std::string& source, bool validate, bool fromMemory) {
   SilenceXmlLibrary();
-  if (fromMemory && !ExpandsWithinLimit(source)) return false;
   try {
     if (validate) Parser.set_validate(true);
     Parser.set_substitute_entities(true);
