@@ -135,7 +135,7 @@ TEST_F(PlayerTest, KilledWhileItDoesNotReadEndsTheWriting) {
 // A wrapper script around the player may be killed alone, while its child keeps the pipe open. The
 // script ends itself when the pipe has long been full.
 TEST_F(PlayerTest, KilledWhileAnotherProcessHoldsTheFullPipeEndsTheWriting) {
-  UseScript("exec 3<&0\nsleep 60 & echo $! > helper\n(sleep 0.3; kill -9 $$) & wait\n");
+  UseScript("exec 3<&0\nsleep 600 & echo $! > helper\n(sleep 0.3; kill -9 $$) & wait\n");
   Player player;
   EXPECT_EQ(FailureOfEndlessWriting(player).ExitStatus(), engine::kPlayerStopped);
   ::kill(std::stoi(support::ReadFile(dir_.Sub("helper"))), SIGKILL);

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "server_test.h"
+#include "server_fixture.h"
 
 namespace servertest {
 

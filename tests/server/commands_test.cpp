@@ -1,6 +1,6 @@
 // The command port: which text is which command, and what a command does.
 
-#include "server_test.h"
+#include "server_fixture.h"
 
 namespace servertest {
 

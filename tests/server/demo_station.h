@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "server_test.h"
+#include "server_fixture.h"
 
 namespace servertest {
 

@@ -10,7 +10,7 @@
 #include <csignal>
 #include <filesystem>
 
-#include "server_test.h"
+#include "server_fixture.h"
 
 namespace servertest {
 

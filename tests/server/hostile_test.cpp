@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "hostile.h"
-#include "server_test.h"
+#include "server_fixture.h"
 
 namespace servertest {
 

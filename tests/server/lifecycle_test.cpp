@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "port_lease.h"
-#include "server_test.h"
+#include "server_fixture.h"
 
 namespace servertest {
 
@@ -165,8 +165,12 @@ TEST_F(LifeCycle, TakenPortIsReportedAndStartUpCompletes) {
   EXPECT_EQ(MaskTimes(Err()), PortReport(stage().DataPort(), "ERROR on binding\n"));
   ASSERT_TRUE(WaitUntil([this] { return ListeningSockets(Pid()).size() == 3; }));
   EXPECT_FALSE(ListensOn(Pid(), stage().DataPort()));
+  const Client unserved(stage().DataPort());
+  unserved.Send(Block({"ICE 1"}));
   EXPECT_EQ(AskText("Hallo"), kReceived);
   EXPECT_EQ(AskCommand(""), kReceived);
+  EXPECT_FALSE(unserved.HasAnswer());
+  EXPECT_THAT(stubs().CallsOf("save"), IsEmpty());
 }
 
 TEST_F(LifeCycle, StartUpEmptiesStoreAndPlayDirectoryMarkersIncluded) {

@@ -1,6 +1,6 @@
 // How every port takes a message and answers it, seen by its clients.
 
-#include "server_test.h"
+#include "server_fixture.h"
 
 namespace servertest {
 

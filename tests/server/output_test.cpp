@@ -1,6 +1,6 @@
 // Everything that a server prints and runs from its start to its end, byte for byte.
 
-#include "server_test.h"
+#include "server_fixture.h"
 
 namespace servertest {
 

@@ -1,6 +1,6 @@
 // The text port: what is spoken, what is dropped, and what an urgent text interrupts.
 
-#include "server_test.h"
+#include "server_fixture.h"
 
 namespace servertest {
 

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <iomanip>
+#include <sstream>
 #include <string>
 
 #include "ka-tts-server.h"
@@ -11,14 +13,14 @@
 
 namespace {
 
-/// `count` rows of class `id` whose texts name language, class and number.
+/// `count` rows of a class whose texts name language, class and number.
 std::string Rows(const std::string& language, const std::string& id, int count) {
-  std::string rows;
+  std::ostringstream rows;
   for (int number = 0; number < count; ++number) {
-    rows += (id + "        ").substr(0, 8) + "------" + language + " " + id + "/" +
-            std::to_string(number) + "\n";
+    rows << std::left << std::setw(8) << id << "------" << language << ' ' << id << '/' << number
+         << '\n';
   }
-  return rows;
+  return rows.str();
 }
 
 std::string CatalogueIn(const std::string& language) {

@@ -716,14 +716,14 @@ class StarvedListener {
   /// Lets `failures` accepts fail after one that succeeds. \return what was reported
   std::string Starve(std::size_t failures) {
     const support::CaptureOutput output;
-    const std::size_t texts = station.receiver.Texts().size();
     const Client last(station.port);
     EXPECT_TRUE(WaitUntil([&] { return AcceptedSocket(station.port) != -1; }));
+    const std::size_t texts = station.receiver.Texts().size();
+    const std::size_t pauses = Pauses().size();
     const NoDescriptors none;
     last.Send("last");
     EXPECT_EQ(last.ReceiveAll(), kAnswer);
-    EXPECT_TRUE(WaitUntil([&] { return Pauses().size() >= pausesBefore_ + failures; }));
-    pausesBefore_ = Pauses().size();
+    EXPECT_TRUE(WaitUntil([&] { return Pauses().size() >= pauses + failures; }));
     EXPECT_GE(station.receiver.Texts().size(), texts + 1 + failures);
     return output.Err();
   }
@@ -741,7 +741,6 @@ class StarvedListener {
 
  private:
   support::FakeClock clock_;
-  std::size_t pausesBefore_ = 0;
 };
 
 TEST(ListenerWithoutDescriptors, ReportsEachFailedAcceptWithItsConsequences) {

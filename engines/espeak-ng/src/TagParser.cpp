@@ -83,7 +83,7 @@ bool TagParser::ReadTag(Tag& tag, std::size_t backslash) {
   if (nameLength == 0 || behind.front() == 'e') return false;
   if (nameEnd == behind.end() || *nameEnd != '(') return false;
   const std::size_t argument = backslash + 1 + nameLength + 1;
-  nextParenthesis_ = text_.find(')', argument);
+  if (nextParenthesis_ < argument) nextParenthesis_ = text_.find(')', argument);
   if (nextParenthesis_ == std::string::npos) return false;
   tag.name = behind.substr(0, nameLength);
   tag.argument = std::string_view(text_).substr(argument, nextParenthesis_ - argument);

@@ -1,5 +1,5 @@
-#ifndef KA_TESTS_SERVER_SERVER_TEST_H
-#define KA_TESTS_SERVER_SERVER_TEST_H
+#ifndef KA_TESTS_SERVER_SERVER_FIXTURE_H
+#define KA_TESTS_SERVER_SERVER_FIXTURE_H
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -98,7 +98,7 @@ class ServerTest : public testing::Test {
 /// How often `part` occurs in `text`.
 std::size_t CountOf(std::string_view text, std::string_view part);
 
-/// `text` with every local time as in "Mon Jan  1 00:00:00 2024" replaced by "TIME".
+/// `text` with the time of every report, as in "Mon Jan  1 00:00:00 2024", replaced by "TIME".
 std::string MaskTimes(const std::string& text);
 
 /// A report of the listener of `port`, its time masked.
