@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <libxml/parser.h>
+#include <libxml/xmlmemory.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
@@ -10,8 +11,10 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -187,6 +190,16 @@ TEST(SurviveBrokenPipes, IsAHandlerThatChildrenDoNotInheritAndRestartsCalls) {
               sigaction(SIGPIPE, nullptr, &action);
               return action.sa_handler != SIG_IGN && action.sa_handler != SIG_DFL &&
                      (action.sa_flags & SA_RESTART) != 0;
+            }),
+            0);
+}
+
+// The library's destructor frees its tables only while its memory functions are the C library's.
+TEST(KeepXmlLibraryUntilExit, ReplacesTheMemoryFunctionsThatItsDestructorAsksFor) {
+  EXPECT_EQ(StatusOfChild([] {
+              const bool before = xmlFree == static_cast<xmlFreeFunc>(std::free);
+              KeepXmlLibraryUntilExit();
+              return before && xmlFree != static_cast<xmlFreeFunc>(std::free);
             }),
             0);
 }
