@@ -6,17 +6,11 @@ include(GoogleTest)
 # The tests must never write a core file or wait for a hung process: ctest ends one after this.
 set(KA_TEST_TIMEOUT 120)
 
-# GoogleTest and libxml++ take most of a test's time to compile: all tests share them precompiled.
-function(ka_use_test_headers target)
-  target_precompile_headers(${target} REUSE_FROM ka-test-support)
-endfunction()
-
 # tests/unit/<name>_test.cpp -> executable unit_<name>, one ctest entry per test, label "unit".
 function(ka_add_unit_test name)
   add_executable(unit_${name} ${name}_test.cpp)
   target_link_libraries(unit_${name}
     PRIVATE ka-tts-core ka-test-support GTest::gmock_main project_warnings)
-  ka_use_test_headers(unit_${name})
   gtest_discover_tests(unit_${name}
     TEST_PREFIX unit. DISCOVERY_TIMEOUT 60
     PROPERTIES LABELS unit TIMEOUT ${KA_TEST_TIMEOUT})

@@ -92,8 +92,8 @@ make_run_directories() {
   done
 }
 
-# listening PORT: whether any process has the TCP port open. It looks without connecting: to a server
-# a connection would be a message.
+# listening PORT: whether any process has the TCP port open. It looks without connecting: to a
+# server a connection would be a message.
 listening() {
   local hex
   printf -v hex '%04X' "$1"

@@ -33,8 +33,8 @@ void RunRestartScript() {
   RunShellCommand("sh restart " + std::to_string(getpid()) + " " + GlobalCWD + "/ka-tts-server");
 }
 
-/// Ends with the listener threads alive: they serve until the process is gone, and nothing that they
-/// use is destroyed.
+/// Ends with the listener threads alive: they serve until the process is gone, and nothing that
+/// they use is destroyed.
 [[noreturn]] void EndProcess(int status) {
   std::exit(status);  // NOLINT(concurrency-mt-unsafe): called once, by the main thread
 }

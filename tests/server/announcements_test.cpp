@@ -11,7 +11,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 constexpr const char* kNotGenerated = "Die Meldung konnte nicht generiert werden!!!\n";
 constexpr const char* kNoBackup = "Backup-File nicht vorhanden\n";

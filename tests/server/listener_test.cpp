@@ -7,7 +7,6 @@ namespace servertest {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 using Listener = ServerTest;

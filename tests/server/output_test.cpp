@@ -120,6 +120,8 @@ class WholeOutput : public ServerTest {
            stage().EngineDir() + "; ./speak \"" + text + "\"\n";
   }
 
+  static std::string InBrackets(const std::string& argument) { return "[" + argument + "]"; }
+
   /// The calls that put the stored files into the play directory. \param found what was there
   std::vector<std::string> RotationCalls(const std::vector<std::string>& found) const {
     const std::string store = stage().Store();
@@ -127,20 +129,21 @@ class WholeOutput : public ServerTest {
     std::string entries;
     std::string removed;
     for (const std::string& name : found) {
-      entries += "[" + play + "/" + name + "] ";
-      removed += " [" + play + "/" + name + "]";
+      const std::string entry = InBrackets(play + "/" + name);
+      entries.append(entry).append(" ");
+      removed.append(" ").append(entry);
     }
     std::vector<std::string> calls{"find " + entries + "[" + play + "/saveblock] [-name] [*.wav]",
                                    "rm" + removed};
     for (const char* name : {"de0", "en0", "de1"}) {
-      const std::string file = std::string("/") + name + ".wav";
-      calls.push_back("cp [" + store + file + "] [" + play + file + "]");
+      const std::string file = "/" + std::string(name) + ".wav";
+      calls.push_back("cp " + InBrackets(store + file) + " " + InBrackets(play + file));
     }
     return calls;
   }
 
   std::string SaveCall(const std::string& text, const std::string& wav) const {
-    return "save [" + text + "] [" + wav + "]";
+    return "save " + InBrackets(text) + " " + InBrackets(wav);
   }
 };
 

@@ -161,7 +161,7 @@ void Stage::WriteConfiguration() const {
   if (!writesConfiguration_) return;
   std::string text;
   for (const auto& [key, value] : configuration_)
-    text += key + "=\"" + value + "\"\n";
+    text.append(key).append("=\"").append(value).append("\"\n");
   Write("kaconfig/kaTtsServer.kacfg", text);
 }
 
