@@ -13,7 +13,7 @@ namespace {
 /// Documents write the escape character of the speech engine as backslash-e.
 std::string WithEscapeCharacters(std::string value) {
   for (auto pos = value.find("\\e"); pos != std::string::npos; pos = value.find("\\e", pos)) {
-    value.replace(pos, 2, "\x1b");
+    value.replace(pos, 2, 1, '\x1b');
   }
   return value;
 }
