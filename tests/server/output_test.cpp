@@ -120,24 +120,23 @@ class WholeOutput : public ServerTest {
            stage().EngineDir() + "; ./speak \"" + text + "\"\n";
   }
 
+  std::string InPlay(const std::string& name) const { return stage().Play() + "/" + name; }
   static std::string InBrackets(const std::string& argument) { return "[" + argument + "]"; }
 
   /// The calls that put the stored files into the play directory. \param found what was there
   std::vector<std::string> RotationCalls(const std::vector<std::string>& found) const {
-    const std::string store = stage().Store();
-    const std::string play = stage().Play();
     std::string entries;
     std::string removed;
     for (const std::string& name : found) {
-      const std::string entry = InBrackets(play + "/" + name);
+      const std::string entry = InBrackets(InPlay(name));
       entries.append(entry).append(" ");
       removed.append(" ").append(entry);
     }
-    std::vector<std::string> calls{"find " + entries + "[" + play + "/saveblock] [-name] [*.wav]",
-                                   "rm" + removed};
-    for (const char* name : {"de0", "en0", "de1"}) {
-      const std::string file = "/" + std::string(name) + ".wav";
-      calls.push_back("cp " + InBrackets(store + file) + " " + InBrackets(play + file));
+    std::vector<std::string> calls{
+        "find " + entries + InBrackets(InPlay("saveblock")) + " [-name] [*.wav]", "rm" + removed};
+    for (const char* name : {"de0.wav", "en0.wav", "de1.wav"}) {
+      const std::string stored = stage().Store() + "/" + name;
+      calls.push_back("cp " + InBrackets(stored) + " " + InBrackets(InPlay(name)));
     }
     return calls;
   }

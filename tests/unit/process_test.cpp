@@ -219,7 +219,7 @@ TEST(KeepXmlLibraryUntilExit, ThreadsMayParseWhileTheProcessExits) {
           }).detach();
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        exit(0);
+        exit(0);  // NOLINT(concurrency-mt-unsafe): what other threads make of it is the question
       },
       ::testing::ExitedWithCode(0), "");
 }
