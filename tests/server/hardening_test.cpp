@@ -156,10 +156,10 @@ TEST_F(Hardening, SixtyConnectionsAfterARestartAreAllAnswered) {
   // As the shipped script does, but into files of its own: the copy in the background inherits what
   // the old server left open.
   const std::string output = stage().Beside("restarted");
-  stage().Write("../work/restart",
+  stubs().AddAt(stage().WorkDir() + "/restart", "restart",
                 "( while [ -e /proc/$1/exe ]; do /bin/sleep 0.02; done\n"
                 "  exec \"$2\" >'" +
-                    output + "' 2>&1 ) &\n");
+                    output + "' 2>&1 ) &");
   Start();
   AskCommand("!restart");
   EXPECT_EQ(Describe(server().AwaitEnd()), "exit 0");
