@@ -55,6 +55,7 @@ int main(int argc, char** argv) {
     server.SendErrMsg(0, kEntryMsgClass);
     EndProcess(EXIT_FAILURE);
   }
+  ReturnFreeMemory();
   server.SendStdMsg(_MMInitServer, kEntryMsgClass);
   InterpretCL(argc, argv);
   WaitForEnd();

@@ -1,6 +1,10 @@
 #include "kaCaseCheck.h"
 
 #include <algorithm>
+#include <bit>
+#include <functional>
+#include <iterator>
+#include <utility>
 
 #include "kaCases.h"
 #include "kaOutput.h"
@@ -47,18 +51,16 @@ bool CompareTexts(int comparison, const std::string& left, const std::string& ri
   }
 }
 
-bool Combine(int combination, const std::vector<bool>& results) {
-  const auto trueCount = std::count(results.begin(), results.end(), true);
-  const bool all = trueCount == static_cast<std::ptrdiff_t>(results.size());
+bool Combine(int combination, std::ptrdiff_t trueCount, std::ptrdiff_t count) {
   switch (combination) {
     case CkaCases::_CS_AND:
-      return all;
+      return trueCount == count;
     case CkaCases::_CS_OR:
       return trueCount > 0;
     case CkaCases::_CS_NOR:
       return trueCount == 0;
     case CkaCases::_CS_NAND:
-      return !all;
+      return trueCount < count;
     default:
       return false;
   }
@@ -66,7 +68,8 @@ bool Combine(int combination, const std::vector<bool>& results) {
 
 }  // namespace
 
-CkaCaseCheck::CkaCaseCheck() : bIsInitialized(false), CaseFormat(nullptr), RBLContent(nullptr) {
+CkaCaseCheck::CkaCaseCheck()
+    : bIsInitialized(false), CaseFormat(nullptr), RBLContent(nullptr), Slots(1) {
   _KA_THISCLASS_MSG_ID = 11000;
 }
 
@@ -77,19 +80,20 @@ bool CkaCaseCheck::Initialize(CkaCases* cases, CkaRBLDataContent* content) {
 }
 
 int CkaCaseCheck::CheckForRow(int row) {
+  const kaJoinedOutput joined;
+  const int count = CaseFormat->GetCaseCount();
+  IndexResults(SimpleCases.size() + static_cast<std::size_t>(count));
   bool result = false;
-  for (int i = 0; i < CaseFormat->GetCaseCount(); ++i) {
-    const std::string name = CaseFormat->GetIdAt(i);
+  for (int i = 0; i < count; ++i) {
     result = EvaluateCase(row, i, result);
-    SimpleCases.push_back({name, result});
-    ResultsByName[name] = result;
+    AddResult(CaseFormat->GetCaseAt(i).Id, result);
   }
   return 0;
 }
 
 bool CkaCaseCheck::IsCaseTrue(const std::string& name) const {
-  const auto result = ResultsByName.find(name);
-  return result != ResultsByName.end() && result->second;
+  const std::uint32_t position = Slots[SlotOf(name)];
+  return position != 0 && SimpleCases[position - 1].bIsTrue;
 }
 
 bool CkaCaseCheck::IsCaseTrue(const char* name) const {
@@ -98,6 +102,28 @@ bool CkaCaseCheck::IsCaseTrue(const char* name) const {
 
 bool CkaCaseCheck::IsCaseTrue(char* name) const {
   return IsCaseTrue(std::string(name));
+}
+
+/// Makes room for `count` results and enters those that are there.
+void CkaCaseCheck::IndexResults(std::size_t count) {
+  SimpleCases.reserve(count);
+  Slots.assign(std::bit_ceil(4 * count + 1), 0);
+  for (std::size_t i = 0; i < SimpleCases.size(); ++i)
+    Slots[SlotOf(SimpleCases[i].Name)] = static_cast<std::uint32_t>(i + 1);
+}
+
+void CkaCaseCheck::AddResult(const std::string& name, bool isTrue) {
+  SimpleCases.push_back({name, isTrue});
+  Slots[SlotOf(name)] = static_cast<std::uint32_t>(SimpleCases.size());
+}
+
+/// The slot of the last result called `name`, a free one if there is none.
+std::size_t CkaCaseCheck::SlotOf(const std::string& name) const {
+  const std::size_t mask = Slots.size() - 1;
+  std::size_t slot = std::hash<std::string>{}(name)&mask;
+  while (Slots[slot] != 0 && SimpleCases[Slots[slot] - 1].Name != name)
+    slot = (slot + 1) & mask;
+  return slot;
 }
 
 bool CkaCaseCheck::EvaluateCase(int row, int caseIndex, bool previous) const {
@@ -114,44 +140,42 @@ bool CkaCaseCheck::EvaluateCase(int row, int caseIndex, bool previous) const {
 }
 
 bool CkaCaseCheck::CheckSubstrForRow(int row, int caseIndex) const {
-  const std::string text = RBLContent->GetValue(row, CaseFormat->GetFirstValRefAt(caseIndex));
-  const int begin = CaseFormat->GetBeginAt(caseIndex);
-  const int end = CaseFormat->GetEndAt(caseIndex);
+  const CkaCases::kaCaseStruct& record = CaseFormat->GetCaseAt(caseIndex);
+  const std::string text = RBLContent->GetValue(row, record.FirstValRef);
   const int length = static_cast<int>(text.size());
-  const bool upToEnd = end == -1;
-  if (!upToEnd && (begin > end || end >= length)) return false;
+  const bool upToEnd = record.End == -1;
+  if (!upToEnd && (record.Begin > record.End || record.End >= length)) return false;
 
   // A begin outside the text, which also a negative one is, throws: the block is then given up.
-  const auto from = static_cast<std::size_t>(begin);
-  const std::string part =
-      upToEnd ? text.substr(from) : text.substr(from, static_cast<std::size_t>(end) - from + 1);
-
-  const std::string value = CaseFormat->GetSecondValAt(caseIndex);
-  const int comparison = CaseFormat->GetOperatorAt(caseIndex);
-  switch (CaseFormat->GetTreatAsAt(caseIndex)) {
+  const auto from = static_cast<std::size_t>(record.Begin);
+  const std::string part = upToEnd
+                               ? text.substr(from)
+                               : text.substr(from, static_cast<std::size_t>(record.End) - from + 1);
+  switch (record.TreatAs) {
     case CkaCases::_CST_NUMBER:
-      return CompareNumbers(comparison, LeadingInteger(part), LeadingInteger(value));
+      return CompareNumbers(record.Operator, LeadingInteger(part),
+                            LeadingInteger(record.SecondVal));
     case CkaCases::_CST_STRING:
-      return CompareTexts(comparison, part, value);
+      return CompareTexts(record.Operator, part, record.SecondVal);
     default:
       return false;
   }
 }
 
 bool CkaCaseCheck::CheckStrlenForRow(int row, int caseIndex) const {
-  const std::string text = RBLContent->GetValue(row, CaseFormat->GetFirstValRefAt(caseIndex));
-  const int length = static_cast<int>(text.size());
-  const int reference = LeadingInteger(CaseFormat->GetSecondValAt(caseIndex));
+  const CkaCases::kaCaseStruct& record = CaseFormat->GetCaseAt(caseIndex);
+  const int length = static_cast<int>(RBLContent->ViewValue(row, record.FirstValRef).size());
+  const int reference = LeadingInteger(record.SecondVal);
   // Always ">", whatever the operator: integrators search the output for this line.
   PrintOut("Platform case : " + std::to_string(length) + " > " + std::to_string(reference) + "\n");
-  return CompareNumbers(CaseFormat->GetOperatorAt(caseIndex), length, reference);
+  return CompareNumbers(record.Operator, length, reference);
 }
 
 bool CkaCaseCheck::CheckOperationForRow(int /*row*/, int caseIndex) const {
-  const std::vector<std::string> refs = CaseFormat->GetCaseRefsAt(caseIndex);
-  if (refs.empty()) return false;
-  std::vector<bool> results;
-  std::transform(refs.begin(), refs.end(), std::back_inserter(results),
-                 [this](const std::string& name) { return IsCaseTrue(name); });
-  return Combine(CaseFormat->GetOperatorAt(caseIndex), results);
+  const CkaCases::kaCaseStruct& record = CaseFormat->GetCaseAt(caseIndex);
+  if (record.CaseRefs.empty()) return false;
+  const auto trueCount =
+      std::count_if(record.CaseRefs.begin(), record.CaseRefs.end(),
+                    [this](const std::string& name) { return IsCaseTrue(name); });
+  return Combine(record.Operator, trueCount, std::ssize(record.CaseRefs));
 }

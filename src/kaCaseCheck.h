@@ -1,8 +1,8 @@
 #ifndef KA_CASE_CHECK_H
 #define KA_CASE_CHECK_H
 
+#include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "kaSuperior.h"
@@ -21,7 +21,7 @@ class CkaCaseCheck : public CkaSuperior {
 
   CkaCaseCheck();
 
-  /// \param cases, content outlive the object. Always true.
+  /// \param cases, content outlive the object and stay as they are. Always true.
   bool Initialize(CkaCases* cases, CkaRBLDataContent* content);
 
   /// Evaluates every case for row `row` (from 0). Always 0.
@@ -45,7 +45,14 @@ class CkaCaseCheck : public CkaSuperior {
  private:
   bool EvaluateCase(int row, int caseIndex, bool previous) const;
 
-  std::unordered_map<std::string, bool> ResultsByName;
+  void IndexResults(std::size_t count);
+  void AddResult(const std::string& name, bool isTrue);
+  std::size_t SlotOf(const std::string& name) const;
+
+  /// Where the last result of a name stands in SimpleCases, counted from 1: an open hash table, at
+  /// most a quarter full, in which 0 is a free slot. It is made anew for every row, and with
+  /// thousands of cases a table of nodes would cost more than the cases themselves.
+  std::vector<std::uint32_t> Slots;
 };
 
 #endif

@@ -125,6 +125,7 @@ int CkaCases::ReadRelated() {
   std::vector<kaCaseStruct> operations;
   OperationOrder order;
   for (xmlpp::Node* node : FindNodes(pAssemNode, "Case")) {
+    if (ExistsIdInDoneCases(GetAttributeValue(node, "id"))) continue;  // simple cases, above all
     const kaCaseStruct& operation = operations.emplace_back(ReadOperation(node));
     std::vector<std::string> missing;
     std::copy_if(operation.CaseRefs.begin(), operation.CaseRefs.end(), std::back_inserter(missing),
@@ -132,7 +133,7 @@ int CkaCases::ReadRelated() {
     order.Add(missing);
   }
   for (auto i = order.TakeNext(); i != std::string::npos; i = order.TakeNext()) {
-    // Simple cases, and ids that were accepted before.
+    // Of several with one id the first is taken.
     if (ExistsIdInDoneCases(operations[i].Id)) continue;
     order.Accept(operations[i].Id);
     AppendCase(std::move(operations[i]));
@@ -192,47 +193,47 @@ int CkaCases::GetCaseCount() const {
   return static_cast<int>(SortedCases.size());
 }
 
+const CkaCases::kaCaseStruct& CkaCases::GetCaseAt(int i) const {
+  return SortedCases.at(static_cast<std::size_t>(i));
+}
+
 int CkaCases::GetTypeAt(int i) const {
-  return CaseAt(i).Type;
+  return GetCaseAt(i).Type;
 }
 
 std::string CkaCases::GetIdAt(int i) const {
-  return CaseAt(i).Id;
+  return GetCaseAt(i).Id;
 }
 
 std::string CkaCases::GetFirstValRefAt(int i) const {
-  return CaseAt(i).FirstValRef;
+  return GetCaseAt(i).FirstValRef;
 }
 
 std::string CkaCases::GetSecondValAt(int i) const {
-  return CaseAt(i).SecondVal;
+  return GetCaseAt(i).SecondVal;
 }
 
 int CkaCases::GetBeginAt(int i) const {
-  return CaseAt(i).Begin;
+  return GetCaseAt(i).Begin;
 }
 
 int CkaCases::GetEndAt(int i) const {
-  return CaseAt(i).End;
+  return GetCaseAt(i).End;
 }
 
 int CkaCases::GetTreatAsAt(int i) const {
-  return CaseAt(i).TreatAs;
+  return GetCaseAt(i).TreatAs;
 }
 
 int CkaCases::GetOperatorAt(int i) const {
-  return CaseAt(i).Operator;
+  return GetCaseAt(i).Operator;
 }
 
 std::vector<std::string> CkaCases::GetCaseRefsAt(int i) const {
-  return CaseAt(i).CaseRefs;
+  return GetCaseAt(i).CaseRefs;
 }
 
 void CkaCases::AppendCase(kaCaseStruct record) {
   DoneIds.insert(record.Id);
   SortedCases.push_back(std::move(record));
-}
-
-const CkaCases::kaCaseStruct& CkaCases::CaseAt(int i) const {
-  return SortedCases.at(static_cast<std::size_t>(i));
 }

@@ -69,6 +69,7 @@ class CkaCases : public CkaNavigateXML {
 
   int GetCaseCount() const;
   /// \throws std::out_of_range for an index outside the list, as all that follow.
+  const kaCaseStruct& GetCaseAt(int i) const;
   int GetTypeAt(int i) const;
   std::string GetIdAt(int i) const;
   std::string GetFirstValRefAt(int i) const;
@@ -86,7 +87,6 @@ class CkaCases : public CkaNavigateXML {
  private:
   void AppendCase(kaCaseStruct record);
   kaCaseStruct ReadOperation(xmlpp::Node* node) const;
-  const kaCaseStruct& CaseAt(int i) const;
 
   /// The ids of SortedCases.
   std::unordered_set<std::string> DoneIds;

@@ -1,6 +1,9 @@
 #include "kaLexicon.h"
 
-#include <string_view>
+#include <algorithm>
+#include <bit>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -40,15 +43,81 @@ kaMaskedText ReplaceWord(const kaMaskedText& source, const std::string& word,
   return result;
 }
 
+/// The key of a word: its bytes and their number, mixed by a multiplication so that the low bits
+/// depend on all of them.
+std::uint32_t KeyOf(std::string_view bytes) {
+  std::uint64_t key = bytes.size();
+  for (const char c : bytes)
+    key = key << 8 | static_cast<unsigned char>(c);
+  return static_cast<std::uint32_t>(key * 0x9E3779B97F4A7C15U >> 32);
+}
+
 }  // namespace
 
 kaMaskedText MakeFreeText(const std::string& text) {
   return {text, std::string(text.size(), '.')};
 }
 
-void ApplyLexicon(kaMaskedText& masked, const CkaProfile& lexicon) {
-  for (const CkaProfile::ProfileEntry& entry : lexicon.ProfValues) {
-    if (entry.var.empty() || masked.Text.find(entry.var) == std::string::npos) continue;
-    masked = ReplaceWord(masked, entry.var, entry.value);
+kaLexicon::kaLexicon(std::vector<CkaProfile::ProfileEntry> entries)
+    : entries_(std::move(entries)),
+      filter_(std::bit_ceil(kFilterBitsPerEntry * entries_.size() + 1)) {
+  for (std::uint32_t i = 0; i < entries_.size(); ++i) {
+    const std::string_view word = entries_[i].var;
+    if (word.empty()) continue;
+    const std::string_view start = word.substr(0, kLongestKey);
+    const std::uint32_t key = KeyOf(start);
+    words_.push_back({key, i});
+    filter_[key & (filter_.size() - 1)] = true;
+    keyLengths_.set(start.size());
   }
+  std::sort(words_.begin(), words_.end(), [](const kaWord& a, const kaWord& b) {
+    return std::tie(a.Key, a.Entry) < std::tie(b.Key, b.Entry);
+  });
+}
+
+void kaLexicon::ApplyTo(kaMaskedText& masked) const {
+  std::vector<std::uint32_t> found = FindEntries(masked.Text, 0);
+  for (auto next = found.begin(); next != found.end();) {
+    const CkaProfile::ProfileEntry& entry = entries_[*next];
+    const std::uint32_t following = *next + 1;
+    const std::size_t size = masked.Text.size();
+    masked = ReplaceWord(masked, entry.var, entry.value);
+    ++next;
+    // What is removed without a replacement joins its neighbours to new words.
+    if (!entry.value.empty() || masked.Text.size() == size) continue;
+    found = FindEntries(masked.Text, following);
+    next = found.begin();
+  }
+}
+
+/// The entries from number `from` on whose names occur in `text`, in their order.
+std::vector<std::uint32_t> kaLexicon::FindEntries(std::string_view text, std::uint32_t from) const {
+  std::vector<std::uint32_t> found;
+  for (std::size_t pos = 0; pos < text.size(); ++pos) {
+    for (std::size_t length = 1; length <= kLongestKey; ++length) {
+      if (keyLengths_[length]) AppendEntriesAt(found, text.substr(pos), length, from);
+    }
+  }
+  std::sort(found.begin(), found.end());
+  found.erase(std::unique(found.begin(), found.end()), found.end());
+  return found;
+}
+
+/// Adds the entries from number `from` on that `text` begins with and whose key has this length.
+void kaLexicon::AppendEntriesAt(std::vector<std::uint32_t>& found, std::string_view text,
+                                std::size_t keyLength, std::uint32_t from) const {
+  if (text.size() < keyLength) return;
+  const std::uint32_t key = KeyOf(text.substr(0, keyLength));
+  if (!filter_[key & (filter_.size() - 1)]) return;
+  auto word = std::lower_bound(words_.begin(), words_.end(), key,
+                               [](const kaWord& w, std::uint32_t k) { return w.Key < k; });
+  for (; word != words_.end() && word->Key == key; ++word) {
+    if (word->Entry >= from && text.starts_with(entries_[word->Entry].var)) {
+      found.push_back(word->Entry);
+    }
+  }
+}
+
+void ApplyLexicon(kaMaskedText& masked, const CkaProfile& lexicon) {
+  kaLexicon(lexicon.ProfValues).ApplyTo(masked);
 }

@@ -1,7 +1,11 @@
 #ifndef KA_LEXICON_H
 #define KA_LEXICON_H
 
+#include <bitset>
+#include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "kaProfile.h"
 
@@ -17,9 +21,39 @@ struct kaMaskedText {
 /// A text of which nothing is protected.
 kaMaskedText MakeFreeText(const std::string& text);
 
-/// Applies the entries of `lexicon` in their order: every occurrence of an entry's name that
-/// touches no protected byte is replaced by the entry's value, which is protected from then on.
-/// Text and mask keep the same length. An empty name replaces nothing.
+/// The entries of a lexicon with an index over their words: what a text costs depends on the text
+/// and on the words found in it, not on the number of entries.
+class kaLexicon {
+ public:
+  explicit kaLexicon(std::vector<CkaProfile::ProfileEntry> entries);
+
+  /// Applies the entries in their order: every occurrence of an entry's name that touches no
+  /// protected byte is replaced by the entry's value, which is protected from then on. Text and
+  /// mask keep the same length. An empty name replaces nothing.
+  void ApplyTo(kaMaskedText& masked) const;
+
+ private:
+  /// Words are looked up by their first bytes, at most this many.
+  static constexpr std::size_t kLongestKey = 4;
+  /// Few bits are set for every entry, so that a text seldom looks further than here.
+  static constexpr std::size_t kFilterBitsPerEntry = 16;
+
+  struct kaWord {
+    std::uint32_t Key;
+    std::uint32_t Entry;
+  };
+
+  std::vector<std::uint32_t> FindEntries(std::string_view text, std::uint32_t from) const;
+  void AppendEntriesAt(std::vector<std::uint32_t>& found, std::string_view text,
+                       std::size_t keyLength, std::uint32_t from) const;
+
+  std::vector<CkaProfile::ProfileEntry> entries_;
+  std::vector<kaWord> words_;                ///< sorted by key, then by entry
+  std::vector<bool> filter_;                 ///< by the low bits of a key: whether a word has it
+  std::bitset<kLongestKey + 1> keyLengths_;  ///< which lengths of keys there are
+};
+
+/// Applies the entries of a profile once.
 void ApplyLexicon(kaMaskedText& masked, const CkaProfile& lexicon);
 
 #endif

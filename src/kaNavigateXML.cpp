@@ -1,8 +1,10 @@
 #include "kaNavigateXML.h"
 
 #include <libxml/parser.h>
+#include <libxml/tree.h>
 
 #include <cstdlib>
+#include <string_view>
 
 #include "kaFile.h"
 #include "kaOutput.h"
@@ -20,6 +22,25 @@ std::string WithEscapeCharacters(std::string value) {
 
 const xmlpp::Element* AsElement(const xmlpp::Node* node) {
   return dynamic_cast<const xmlpp::Element*>(node);
+}
+
+/// A name alone, which in XPath means the child elements of this name.
+bool IsPlainName(const std::string& xpath) {
+  constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+  return !xpath.empty() && xpath.find_first_not_of(kLetters) == std::string::npos;
+}
+
+/// What the XPath expression `name` selects, without the cost of one: documents have thousands of
+/// elements. As there, an element in a namespace has another name.
+xmlpp::NodeSet FindChildren(xmlpp::Node* node, const std::string& name) {
+  xmlpp::NodeSet found;
+  for (xmlNode* child = node->cobj()->children; child != nullptr; child = child->next) {
+    if (child->type != XML_ELEMENT_NODE || child->ns != nullptr) continue;
+    if (name != reinterpret_cast<const char*>(child->name)) continue;
+    xmlpp::Node::create_wrapper(child);
+    found.push_back(static_cast<xmlpp::Node*>(child->_private));
+  }
+  return found;
 }
 
 void ParseFromNetwork(xmlpp::DomParser& parser, const std::string& document) {
@@ -62,12 +83,20 @@ bool CkaNavigateXML::Initialize(const char* source, bool validate, bool fromMemo
   return Initialize(std::string(source), validate, fromMemory);
 }
 
+void CkaNavigateXML::ReleaseDocument() {
+  try {
+    Parser.parse_memory("");
+  } catch (...) {  // refused as it is meant to be: the document before is gone then
+  }
+}
+
 bool CkaNavigateXML::IsInitialized() const {
   return bIsInitialized;
 }
 
 xmlpp::NodeSet CkaNavigateXML::FindNodes(xmlpp::Node* node, const std::string& xpath) const {
-  return node == nullptr ? xmlpp::NodeSet() : node->find(xpath);
+  if (node == nullptr) return {};
+  return IsPlainName(xpath) ? FindChildren(node, xpath) : node->find(xpath);
 }
 
 std::vector<std::string> CkaNavigateXML::GetAttributeNames(xmlpp::Node* node) const {

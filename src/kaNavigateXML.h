@@ -28,6 +28,9 @@ class CkaNavigateXML : public CkaSuperior {
   bool Initialize(char* source, bool validate, bool fromMemory);
   bool Initialize(const char* source, bool validate, bool fromMemory);
 
+  /// Gives the memory of the document back. All of its nodes become invalid.
+  void ReleaseDocument();
+
   /// True from the first document that was loaded, also after a later one failed.
   bool IsInitialized() const;
 

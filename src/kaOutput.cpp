@@ -7,12 +7,19 @@ namespace {
 
 /// Where this thread's output is kept; null while it is written.
 thread_local std::vector<kaReport>* tCaptured = nullptr;
+/// Whether reports of one stream that follow each other are kept as one.
+thread_local bool tJoins = false;
+
+void Keep(kaStream stream, std::string_view text) {
+  if (tJoins && !tCaptured->empty() && tCaptured->back().Stream == stream) {
+    tCaptured->back().Text += text;
+  } else {
+    tCaptured->push_back({stream, std::string(text)});
+  }
+}
 
 void Print(kaStream stream, std::string_view text) {
-  if (tCaptured != nullptr) {
-    tCaptured->push_back({stream, std::string(text)});
-    return;
-  }
+  if (tCaptured != nullptr) return Keep(stream, text);
   std::fwrite(text.data(), 1, text.size(), stream == kaStream::Out ? stdout : stderr);
 }
 
@@ -31,9 +38,15 @@ void PrintReports(const std::vector<kaReport>& reports) {
     Print(report.Stream, report.Text);
 }
 
-kaOutputCapture::kaOutputCapture(std::vector<kaReport>& reports)
-    : pOuter(std::exchange(tCaptured, &reports)) {}
+kaOutputCapture::kaOutputCapture(std::vector<kaReport>& reports, bool joins)
+    : pOuter(std::exchange(tCaptured, &reports)), bOuterJoins(std::exchange(tJoins, joins)) {}
 
 kaOutputCapture::~kaOutputCapture() {
   tCaptured = pOuter;
+  tJoins = bOuterJoins;
+}
+
+kaJoinedOutput::~kaJoinedOutput() {
+  Capture.reset();
+  PrintReports(Reports);
 }

@@ -1,6 +1,7 @@
 #ifndef KA_OUTPUT_H
 #define KA_OUTPUT_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,13 +34,29 @@ void PrintReports(const std::vector<kaReport>& reports);
 class kaOutputCapture {
  public:
   /// \param reports outlives the capture.
-  explicit kaOutputCapture(std::vector<kaReport>& reports);
+  /// \param joins makes one report of those of one stream that follow each other.
+  explicit kaOutputCapture(std::vector<kaReport>& reports, bool joins = false);
   ~kaOutputCapture();
   kaOutputCapture(const kaOutputCapture&) = delete;
   kaOutputCapture& operator=(const kaOutputCapture&) = delete;
 
  private:
   std::vector<kaReport>* pOuter;
+  bool bOuterJoins;
+};
+
+/// While it lives, what its own thread prints is held back; its end writes all of it in as few
+/// calls as the order of the two streams allows. For work that may print thousands of lines.
+class kaJoinedOutput {
+ public:
+  kaJoinedOutput() = default;
+  ~kaJoinedOutput();
+  kaJoinedOutput(const kaJoinedOutput&) = delete;
+  kaJoinedOutput& operator=(const kaJoinedOutput&) = delete;
+
+ private:
+  std::vector<kaReport> Reports;
+  std::optional<kaOutputCapture> Capture{std::in_place, Reports, true};
 };
 
 #endif

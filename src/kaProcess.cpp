@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <libxml/xmlmemory.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -47,4 +48,8 @@ void SurviveBrokenPipes() {
 void KeepXmlLibraryUntilExit() {
   // libxml2's destructor frees its tables in `exit`, but only while `xmlFree` is `free` itself.
   xmlMemSetup([](void* memory) { std::free(memory); }, std::malloc, std::realloc, strdup);
+}
+
+void ReturnFreeMemory() {
+  malloc_trim(0);
 }

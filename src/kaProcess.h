@@ -19,4 +19,7 @@ void SurviveBrokenPipes();
 /// Must run before the library is used.
 void KeepXmlLibraryUntilExit();
 
+/// Gives memory that was needed for the start only back to the system.
+void ReturnFreeMemory();
+
 #endif

@@ -13,7 +13,7 @@ constexpr std::string_view kWhiteSpace = " \t\n\r\v\f";
 
 }  // namespace
 
-CkaProfile::CkaProfile() : bIsInitialized(false) {
+CkaProfile::CkaProfile() : bIsInitialized(false), BytesRead(0) {
   _KA_THISCLASS_MSG_ID = 9000;
 }
 
@@ -34,7 +34,9 @@ bool CkaProfile::Initialize(const std::string& path) {
   }
   strFilePath = file.GetFilePath();
   ProfValues.clear();
-  return ParseProfileString(file.GetFileAsString()) != -1;
+  const std::string text = file.GetFileAsString();
+  BytesRead = text.size();
+  return ParseProfileString(text) != -1;
 }
 
 int CkaProfile::ParseProfileString(std::string text) {
@@ -125,6 +127,10 @@ int CkaProfile::GetValueInt(const std::string& name) const {
   for (std::size_t i = 0; i < text.size(); ++i)
     PrintErr("Kein Integer!\n");
   return 0;
+}
+
+std::size_t CkaProfile::GetBytesRead() const {
+  return BytesRead;
 }
 
 int CkaProfile::GetVarCount() const {

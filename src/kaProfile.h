@@ -50,6 +50,9 @@ class CkaProfile : public CkaSuperior {
   int GetValueInt(char* name) const;
   int GetValueInt(const std::string& name) const;
 
+  /// Bytes that were read of the file of the last Initialize; fewer than it has if reading failed.
+  std::size_t GetBytesRead() const;
+
   int GetVarCount() const;
   /// Name of entry `i`, "" outside the list.
   std::string GetVarName(int i) const;
@@ -62,6 +65,8 @@ class CkaProfile : public CkaSuperior {
 
  private:
   bool HasEntry(int i) const;
+
+  std::size_t BytesRead;
 };
 
 #endif

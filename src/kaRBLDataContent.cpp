@@ -14,12 +14,17 @@ int CkaRBLDataContent::GetRowCount() const {
 }
 
 std::string CkaRBLDataContent::GetValue(int row, const std::string& name) const {
+  return std::string(ViewValue(row, name));
+}
+
+std::string_view CkaRBLDataContent::ViewValue(int row, const std::string& name) const {
   if (row >= GetRowCount()) return "";
   // A negative row becomes one far above the list and is out of range.
   const kaRBLRow& found = Rows.at(static_cast<std::size_t>(row));
   const auto& positions = PositionsByName.at(static_cast<std::size_t>(row));
   const auto position = positions.find(name);
-  return position == positions.end() ? "" : found.Values[position->second].Value;
+  if (position == positions.end()) return "";
+  return found.Values[position->second].Value;
 }
 
 void CkaRBLDataContent::SetMainNodes() {

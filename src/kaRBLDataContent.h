@@ -2,6 +2,7 @@
 #define KA_RBL_DATA_CONTENT_H
 
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -29,6 +30,8 @@ class CkaRBLDataContent : public CkaNavigateXML {
   /// Value of attribute `name` of row `row`, "" if there is no such row or attribute.
   /// \throws std::out_of_range for a negative row.
   std::string GetValue(int row, const std::string& name) const;
+  /// The same without a copy; it lives as long as the rows stay as they are.
+  std::string_view ViewValue(int row, const std::string& name) const;
 
   void SetMainNodes();
   bool ReadRows();

@@ -38,6 +38,15 @@ bool IsWholeMachine(const std::string& directory) {
   return directory.find_first_not_of('/') == std::string::npos;
 }
 
+/// Has one reader read its section of the document. What was read is all that a running server
+/// needs of the document, which takes many times the memory.
+template <class Reader>
+bool ReadSection(Reader& reader, const std::string& path, bool (Reader::*read)()) {
+  const bool complete = reader.Initialize(path, false, false) && (reader.*read)();
+  reader.ReleaseDocument();
+  return complete;
+}
+
 /// Prints what a composition reported, also when it ends by an exception.
 class PrintedReports {
  public:
@@ -77,10 +86,10 @@ void CkaSpeechbuilder::ReadConfiguration() {
 }
 
 bool CkaSpeechbuilder::ReadDocument(const std::string& path) {
-  return SpeechFormat.Initialize(path, false, false) && SpeechFormat.ReadReferences() &&
-         RBLDataFormat.Initialize(path, false, false) && RBLDataFormat.ReadAssembly() &&
-         CaseData.Initialize(path, false, false) && CaseData.ReadCases() &&
-         SpeechGen.Initialize(path, false, false) && SpeechGen.ReadSpeechBuildSeq();
+  return ReadSection(SpeechFormat, path, &CkaSpeechFormat::ReadReferences) &&
+         ReadSection(RBLDataFormat, path, &CkaRBLDataFormat::ReadAssembly) &&
+         ReadSection(CaseData, path, &CkaCases::ReadCases) &&
+         ReadSection(SpeechGen, path, &CkaSpeechGen::ReadSpeechBuildSeq);
 }
 
 std::string CkaSpeechbuilder::GetPlayAnnounce() const {
@@ -213,10 +222,10 @@ std::string CkaSpeechbuilder::GetRBLAttNameFromSpeechId(const std::string& id) c
 
 std::string CkaSpeechbuilder::UseLexicon(const std::string& text,
                                          const std::string& lexiconPath) const {
-  CkaProfile lexicon;
-  if (!lexicon.Initialize(CkaFile().GetFileNameFromShellPath(lexiconPath))) return text;
+  const kaLexicon* lexicon = Lexica.Load(CkaFile().GetFileNameFromShellPath(lexiconPath));
+  if (lexicon == nullptr) return text;
   kaMaskedText masked = MakeFreeText(text);
-  ApplyLexicon(masked, lexicon);
+  lexicon->ApplyTo(masked);
   PrintOut(masked.Mask + masked.Text + "\n");
   return masked.Text;
 }

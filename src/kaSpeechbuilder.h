@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "kaCases.h"
+#include "kaLexiconCache.h"
 #include "kaOutput.h"
 #include "kaProfile.h"
 #include "kaRBLDataFormat.h"
@@ -100,6 +101,9 @@ class CkaSpeechbuilder : public CkaSuperior {
   std::string MakeSaveCommand(const std::string& textFile, const std::string& wavFile) const;
   void DeletePlayedSpeeches() const;
   void CopyStoredSpeeches(int rowCount) const;
+
+  /// Lexica of values. Composing a text fills it, so one builder composes in one thread only.
+  mutable kaLexiconCache Lexica;
 };
 
 #endif

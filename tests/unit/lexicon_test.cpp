@@ -135,3 +135,37 @@ TEST(Lexicon, RandomLexicaReplaceAsThePlainCode) {
     ASSERT_EQ(masked.Mask, expected.Mask) << seed;
   }
 }
+
+TEST(Lexicon, WordsOfEveryLengthAreFound) {
+  const std::string text = "a bc def ghij klmno pqrstuvw";
+  EXPECT_EQ(
+      Apply(
+          text,
+          {{"pqrstuvw", "8"}, {"klmno", "5"}, {"ghij", "4"}, {"def", "3"}, {"bc", "2"}, {"a", "1"}})
+          .Text,
+      "1 2 3 4 5 8");
+}
+
+TEST(Lexicon, WordsWithOneBeginningAreToldApart) {
+  const Words words = {{"Bahnhof", "Bhf"}, {"Bahnsteig", "Steig"}, {"Bahn", "B"}};
+  EXPECT_EQ(Apply("Bahnhof Bahnsteig Bahnen", words).Text, "Bhf Steig Ben");
+}
+
+TEST(Lexicon, DeletionMakesNewWordsForLaterEntriesOnly) {
+  EXPECT_EQ(Apply("HambXXurg", {{"XX", ""}, {"Hamburg", "HH"}}).Text, "HH");
+  EXPECT_EQ(Apply("HambXXurg", {{"Hamburg", "HH"}, {"XX", ""}}).Text, "Hamburg");
+}
+
+TEST(Lexicon, RandomLargeLexicaReplaceAsThePlainCode) {
+  for (unsigned int seed = 0; seed < 300; ++seed) {
+    std::mt19937 random(seed);
+    kaMaskedText masked = MakeFreeText(RandomWord(random, 300));
+    Words words;
+    for (int i = 0; i < 100; ++i)
+      words.emplace_back(RandomWord(random, 9) + "b", RandomWord(random, random() % 3));
+    const kaMaskedText expected = ApplyPlainly(masked, words);
+    ApplyLexicon(masked, LexiconOf(words));
+    ASSERT_EQ(masked.Text, expected.Text) << seed;
+    ASSERT_EQ(masked.Mask, expected.Mask) << seed;
+  }
+}

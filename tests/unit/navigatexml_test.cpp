@@ -203,6 +203,23 @@ TEST_F(NavigateXml, FindNodesDoesNotFindGrandchildren) {
   EXPECT_EQ(Xml.GetAttributeValue(found[1], "id"), "3");
 }
 
+TEST_F(NavigateXml, ReleasedDocumentIsGone) {
+  RootOf("<a/>");
+  const Printed printed = OutputOf([this] { Xml.ReleaseDocument(); });
+  EXPECT_EQ(printed, Nothing());
+  EXPECT_TRUE(Xml.IsInitialized());
+  EXPECT_NE(RootOf("<b/>"), nullptr);
+}
+
+TEST_F(NavigateXml, FindNodesByNameSelectsAsTheXPathExpressionDoes) {
+  ASSERT_TRUE(
+      Load("<!DOCTYPE r [<!ENTITY e '<a n=\"from an entity\"/>'>]>"
+           "<r xmlns:p='urn:p'>text<a n='1'/><b/><p:a n='2'/><a xmlns='urn:d' n='3'/><!-- a -->"
+           "<a n='4'><a n='5'/></a>&e;<a xmlns='' n='6'/><?a b?></r>"));
+  EXPECT_EQ(Xml.FindNodes(Root(), "a"), Xml.FindNodes(Root(), "./a"));
+  EXPECT_THAT(Xml.FindNodes(Root(), "a"), SizeIs(4));
+}
+
 TEST_F(NavigateXml, FindNodesWithoutAMatchIsEmpty) {
   EXPECT_THAT(Xml.FindNodes(RootOf("<speech/>"), "Speech"), IsEmpty());
   EXPECT_THAT(Xml.FindNodes(nullptr, "Speech"), IsEmpty());

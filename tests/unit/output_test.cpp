@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -146,4 +147,33 @@ TEST(OutputCapture, OtherThreadsPrintOn) {
             }),
             OnlyOut("other"));
   EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST(JoinedOutput, WritesEverythingInItsOrderAtItsEnd) {
+  std::vector<kaReport> reports;
+  {
+    const kaOutputCapture capture(reports);
+    {
+      const kaJoinedOutput joined;
+      PrintOut("a");
+      PrintOut("b");
+      PrintErr("c");
+      PrintOut("d");
+      EXPECT_THAT(reports, IsEmpty());
+    }
+  }
+  EXPECT_THAT(reports, ElementsAre(OutReport("ab"), ErrReport("c"), OutReport("d")));
+}
+
+TEST(JoinedOutput, WritesAlsoWhenAnExceptionEndsIt) {
+  EXPECT_EQ(OutputOf([] {
+              try {
+                const kaJoinedOutput joined;
+                PrintOut("before");
+                throw std::runtime_error("end");
+              } catch (const std::runtime_error&) {
+                PrintOut(" after");
+              }
+            }),
+            OnlyOut("before after"));
 }
