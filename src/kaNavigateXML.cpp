@@ -4,6 +4,7 @@
 #include <libxml/tree.h>
 
 #include <cstdlib>
+#include <memory>
 #include <string_view>
 
 #include "kaFile.h"
@@ -20,8 +21,39 @@ std::string WithEscapeCharacters(std::string value) {
   return value;
 }
 
-const xmlpp::Element* AsElement(const xmlpp::Node* node) {
-  return dynamic_cast<const xmlpp::Element*>(node);
+/// The library's element below the wrapper; null for any other node.
+xmlNode* AsElement(const xmlpp::Node* node) {
+  if (node == nullptr) return nullptr;
+  const xmlNode* element = node->cobj();
+  return element->type == XML_ELEMENT_NODE ? const_cast<xmlNode*>(element) : nullptr;
+}
+
+std::string ToString(const xmlChar* text) {
+  return text == nullptr ? "" : reinterpret_cast<const char*>(text);
+}
+
+struct FreeXml {
+  void operator()(xmlChar* text) const { xmlFree(text); }
+};
+
+/// An attribute's value, read without a wrapper for each of the thousands that a document has.
+std::string ValueOf(const xmlAttr* attribute) {
+  if (attribute->type == XML_ATTRIBUTE_DECL) {
+    // The element does not have it itself but by the document's DTD.
+    return ToString(reinterpret_cast<const xmlAttribute*>(attribute)->defaultValue);
+  }
+  const xmlNode* part = attribute->children;
+  if (part == nullptr) return "";
+  if (part->next == nullptr && part->type == XML_TEXT_NODE) return ToString(part->content);
+  const std::unique_ptr<xmlChar, FreeXml> value(xmlNodeListGetString(attribute->doc, part, 1));
+  return ToString(value.get());
+}
+
+/// The attribute called `name`; null if there is none.
+const xmlAttr* FindAttribute(const xmlpp::Node* node, const std::string& name) {
+  xmlNode* element = AsElement(node);
+  return element == nullptr ? nullptr
+                            : xmlHasProp(element, reinterpret_cast<const xmlChar*>(name.c_str()));
 }
 
 /// A name alone, which in XPath means the child elements of this name.
@@ -101,29 +133,25 @@ xmlpp::NodeSet CkaNavigateXML::FindNodes(xmlpp::Node* node, const std::string& x
 
 std::vector<std::string> CkaNavigateXML::GetAttributeNames(xmlpp::Node* node) const {
   std::vector<std::string> names;
-  const xmlpp::Element* element = AsElement(node);
-  if (element == nullptr) return names;
-  for (const xmlpp::Attribute* attribute : element->get_attributes()) {
-    names.push_back(attribute->get_name().raw());
-  }
+  for (auto& [name, value] : GetAttributes(node))
+    names.push_back(std::move(name));
   return names;
 }
 
 std::vector<std::pair<std::string, std::string>> CkaNavigateXML::GetAttributes(
     xmlpp::Node* node) const {
   std::vector<std::pair<std::string, std::string>> attributes;
-  const xmlpp::Element* element = AsElement(node);
+  const xmlNode* element = AsElement(node);
   if (element == nullptr) return attributes;
-  for (const xmlpp::Attribute* attribute : element->get_attributes()) {
-    attributes.emplace_back(attribute->get_name().raw(),
-                            WithEscapeCharacters(attribute->get_value().raw()));
+  for (const xmlAttr* attribute = element->properties; attribute != nullptr;
+       attribute = attribute->next) {
+    attributes.emplace_back(ToString(attribute->name), WithEscapeCharacters(ValueOf(attribute)));
   }
   return attributes;
 }
 
 bool CkaNavigateXML::AttributeExists(xmlpp::Node* node, const std::string& name) const {
-  const xmlpp::Element* element = AsElement(node);
-  return element != nullptr && element->get_attribute(name) != nullptr;
+  return FindAttribute(node, name) != nullptr;
 }
 
 std::string CkaNavigateXML::GetAttributeValue(xmlpp::Node* node, const char* name) const {
@@ -131,9 +159,8 @@ std::string CkaNavigateXML::GetAttributeValue(xmlpp::Node* node, const char* nam
 }
 
 std::string CkaNavigateXML::GetAttributeValue(xmlpp::Node* node, const std::string& name) const {
-  const xmlpp::Element* element = AsElement(node);
-  const xmlpp::Attribute* attribute = element == nullptr ? nullptr : element->get_attribute(name);
-  return attribute == nullptr ? "" : WithEscapeCharacters(attribute->get_value().raw());
+  const xmlAttr* attribute = FindAttribute(node, name);
+  return attribute == nullptr ? "" : WithEscapeCharacters(ValueOf(attribute));
 }
 
 int CkaNavigateXML::GetAttributeValueInt(xmlpp::Node* node, const char* name) const {

@@ -203,6 +203,25 @@ TEST_F(NavigateXml, FindNodesDoesNotFindGrandchildren) {
   EXPECT_EQ(Xml.GetAttributeValue(found[1], "id"), "3");
 }
 
+TEST_F(NavigateXml, AttributesReadAsTheXmlLibraryReadsThem) {
+  ASSERT_TRUE(
+      Load("<!DOCTYPE r [<!ENTITY e 'of an entity'><!ATTLIST r d CDATA 'by default' e CDATA ''>]>"
+           "<r xmlns:p='urn:p' a='plain' empty='' mixed='x&amp;y &e; &#228;' p:q='in a namespace'"
+           " p:a='another a' n='line&#10;end'/>"));
+  const auto& element = dynamic_cast<const xmlpp::Element&>(*Root());
+  for (const std::string name : {"a", "empty", "mixed", "q", "n", "d", "e", "xmlns", "none"}) {
+    const xmlpp::Attribute* attribute = element.get_attribute(name);
+    EXPECT_EQ(Xml.AttributeExists(Root(), name), attribute != nullptr) << name;
+    EXPECT_EQ(Xml.GetAttributeValue(Root(), name),
+              attribute == nullptr ? "" : attribute->get_value().raw())
+        << name;
+  }
+  std::vector<std::string> names;
+  for (const xmlpp::Attribute* attribute : element.get_attributes())
+    names.push_back(attribute->get_name().raw());
+  EXPECT_EQ(Xml.GetAttributeNames(Root()), names);
+}
+
 TEST_F(NavigateXml, ReleasedDocumentIsGone) {
   RootOf("<a/>");
   const Printed printed = OutputOf([this] { Xml.ReleaseDocument(); });
