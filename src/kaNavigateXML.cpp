@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "kaFile.h"
 #include "kaOutput.h"
@@ -49,11 +50,12 @@ std::string ValueOf(const xmlAttr* attribute) {
   return ToString(value.get());
 }
 
-/// The attribute called `name`; null if there is none.
+/// The attribute called `name`; null if there is none. One in a namespace has another name.
 const xmlAttr* FindAttribute(const xmlpp::Node* node, const std::string& name) {
   xmlNode* element = AsElement(node);
-  return element == nullptr ? nullptr
-                            : xmlHasProp(element, reinterpret_cast<const xmlChar*>(name.c_str()));
+  return element == nullptr
+             ? nullptr
+             : xmlHasNsProp(element, reinterpret_cast<const xmlChar*>(name.c_str()), nullptr);
 }
 
 /// A name alone, which in XPath means the child elements of this name.
@@ -133,8 +135,12 @@ xmlpp::NodeSet CkaNavigateXML::FindNodes(xmlpp::Node* node, const std::string& x
 
 std::vector<std::string> CkaNavigateXML::GetAttributeNames(xmlpp::Node* node) const {
   std::vector<std::string> names;
-  for (auto& [name, value] : GetAttributes(node))
-    names.push_back(std::move(name));
+  const xmlNode* element = AsElement(node);
+  if (element == nullptr) return names;
+  for (const xmlAttr* attribute = element->properties; attribute != nullptr;
+       attribute = attribute->next) {
+    names.push_back(ToString(attribute->name));
+  }
   return names;
 }
 
@@ -143,9 +149,11 @@ std::vector<std::pair<std::string, std::string>> CkaNavigateXML::GetAttributes(
   std::vector<std::pair<std::string, std::string>> attributes;
   const xmlNode* element = AsElement(node);
   if (element == nullptr) return attributes;
-  for (const xmlAttr* attribute = element->properties; attribute != nullptr;
-       attribute = attribute->next) {
-    attributes.emplace_back(ToString(attribute->name), WithEscapeCharacters(ValueOf(attribute)));
+  for (const xmlAttr* listed = element->properties; listed != nullptr; listed = listed->next) {
+    std::string name = ToString(listed->name);
+    const xmlAttr* attribute = listed->ns == nullptr ? listed : FindAttribute(node, name);
+    if (attribute == nullptr) continue;
+    attributes.emplace_back(std::move(name), WithEscapeCharacters(ValueOf(attribute)));
   }
   return attributes;
 }

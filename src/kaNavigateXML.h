@@ -64,8 +64,8 @@ class CkaNavigateXML : public CkaSuperior {
   /// standard error and the result is null.
   xmlpp::Node* GetRootNode(const char* ending = "");
 
-  /// Name and value of each attribute of an element, in document order: what GetAttributeNames and
-  /// GetAttributeValue give, in one pass.
+  /// Name and value of each attribute of an element, in document order, in one pass: for each of
+  /// GetAttributeNames that exists, what GetAttributeValue gives.
   std::vector<std::pair<std::string, std::string>> GetAttributes(xmlpp::Node* node) const;
 
   /// First child element of `node` called `name`. Null for a null node.

@@ -1,5 +1,7 @@
 #include "kaRBLDataContent.h"
 
+#include <utility>
+
 CkaRBLDataContent::CkaRBLDataContent() : pRootNode(nullptr) {
   _KA_THISCLASS_MSG_ID = 10400;
 }
@@ -40,9 +42,8 @@ bool CkaRBLDataContent::ReadRows() {
 void CkaRBLDataContent::AppendRow(xmlpp::Node* node) {
   kaRBLRow& row = Rows.emplace_back();
   auto& positions = PositionsByName.emplace_back();
-  for (const auto& [name, value] : GetAttributes(node)) {
-    // Names that differ in their namespace only are one name, and the first of them has the value.
-    const auto [first, isNew] = positions.try_emplace(name, row.Values.size());
-    row.Values.push_back({name, isNew ? value : row.Values[first->second].Value});
+  for (auto& [name, value] : GetAttributes(node)) {
+    positions.try_emplace(name, row.Values.size());
+    row.Values.push_back({std::move(name), std::move(value)});
   }
 }

@@ -26,6 +26,7 @@ using testing::SizeIs;
 /// Opens what derived readers use.
 class Reader : public CkaNavigateXML {
  public:
+  using CkaNavigateXML::GetAttributes;
   using CkaNavigateXML::GetRequiredChild;
   using CkaNavigateXML::GetRootNode;
 };
@@ -220,6 +221,18 @@ TEST_F(NavigateXml, AttributesReadAsTheXmlLibraryReadsThem) {
   for (const xmlpp::Attribute* attribute : element.get_attributes())
     names.push_back(attribute->get_name().raw());
   EXPECT_EQ(Xml.GetAttributeNames(Root()), names);
+}
+
+TEST_F(NavigateXml, AttributesInOnePassAreThoseFoundByName) {
+  ASSERT_TRUE(
+      Load("<r xmlns:p='urn:p' xmlns:o='urn:o' p:a='1' a='2' o:a='3' p:b='4' c='5' p:c='6'/>"));
+  std::vector<std::pair<std::string, std::string>> found;
+  for (const std::string& name : Xml.GetAttributeNames(Root())) {
+    if (!Xml.AttributeExists(Root(), name)) continue;
+    found.emplace_back(name, Xml.GetAttributeValue(Root(), name));
+  }
+  EXPECT_EQ(Xml.GetAttributes(Root()), found);
+  EXPECT_THAT(found, SizeIs(5));  // a three times, c twice, b never
 }
 
 TEST_F(NavigateXml, ReleasedDocumentIsGone) {
