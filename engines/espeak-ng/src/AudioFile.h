@@ -11,7 +11,7 @@
 
 namespace engine {
 
-/// An audio file of any format that libsndfile reads.
+/// An audio file of any format that libsndfile reads. The library is loaded with the first file.
 class AudioFile {
  public:
   /// Throws FileError if the path leads to no readable audio file.
@@ -23,9 +23,10 @@ class AudioFile {
 
  private:
   struct Deleter {
-    void operator()(SNDFILE* file) const { sf_close(file); }
+    void operator()(SNDFILE* file) const;
   };
 
+  void Open();
   [[noreturn]] void ThrowError(const std::string& reason) const;
 
   std::string path_;

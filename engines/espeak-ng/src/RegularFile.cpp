@@ -33,7 +33,7 @@ UniqueFd OpenRegularFile(const std::string& path) {
 std::string ReadTextFile(const std::string& path) {
   const UniqueFd file = OpenRegularFile(path);
   std::string text;
-  std::array<char, 65536> buffer;
+  std::array<char, 4096> buffer;
   while (text.size() <= kLargestTextFile) {
     const ssize_t count = ::read(file.Get(), buffer.data(), buffer.size());
     if (count < 0 && errno != EINTR) ThrowFileError(path, errno);

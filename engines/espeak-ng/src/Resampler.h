@@ -10,7 +10,8 @@
 
 namespace engine {
 
-/// Converts a mono signal to kSampleRate, piece by piece.
+/// Converts a mono signal to kSampleRate, piece by piece, with libsamplerate. The library is loaded
+/// for the first signal of another rate.
 class Resampler {
  public:
   /// The signal cannot be converted; what() says why.
@@ -19,7 +20,7 @@ class Resampler {
     using std::runtime_error::runtime_error;
   };
 
-  /// Throws Error if there is no memory.
+  /// Throws Error if there is no memory or no library.
   explicit Resampler(int sourceRate);
 
   /// The samples that `input` completes; with `isLast` everything that is still held back. Valid
@@ -28,7 +29,7 @@ class Resampler {
 
  private:
   struct Deleter {
-    void operator()(SRC_STATE* state) const { src_delete(state); }
+    void operator()(SRC_STATE* state) const;
   };
 
   double ratio_;

@@ -10,15 +10,6 @@
 #include "Failure.h"
 #include "TextCleaner.h"
 
-/// Takes the place of the audio library's function of this name, which libespeak-ng calls even when
-/// it only hands samples back. That one would look for a sound server, start a connection and leave
-/// files in the user's home directory. Without a device, libespeak-ng does the same for us.
-extern "C" [[gnu::visibility("default")]] void* create_audio_device_object(const char* /*device*/,
-                                                                           const char* /*name*/,
-                                                                           const char* /*what*/) {
-  return nullptr;
-}
-
 namespace engine {
 namespace {
 
@@ -72,10 +63,6 @@ Synthesiser::Synthesiser() {
   Require(espeak_ng_InitializeOutput(ENOUTPUT_MODE_SYNCHRONOUS, kBufferMs, nullptr), "start");
   espeak_SetSynthCallback(TakeSamples);
   voices_.emplace(DataDirectory());
-}
-
-Synthesiser::~Synthesiser() {
-  espeak_ng_Terminate();
 }
 
 void Synthesiser::RequireVoice(const std::string& name) {

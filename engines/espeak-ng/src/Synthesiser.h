@@ -11,15 +11,14 @@
 
 namespace engine {
 
-/// espeak-ng. The library keeps its state in global variables and cannot be ended a second time, so
-/// there is one object in the life of a process.
+/// espeak-ng. The library keeps its state in global variables, so there is one object in the life
+/// of a process; what the library holds is left to the end of the process.
 class Synthesiser {
  public:
   /// Throws Failure if espeak-ng does not find its data.
   Synthesiser();
   Synthesiser(const Synthesiser&) = delete;
   Synthesiser& operator=(const Synthesiser&) = delete;
-  ~Synthesiser();
 
   /// Throws Failure if there is no voice of this name.
   void RequireVoice(const std::string& name);
