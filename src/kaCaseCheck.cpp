@@ -12,6 +12,10 @@
 
 namespace {
 
+std::uint32_t HashOf(const std::string& name) {
+  return static_cast<std::uint32_t>(std::hash<std::string>{}(name));
+}
+
 bool CompareNumbers(int comparison, int left, int right) {
   switch (comparison) {
     case CkaCases::_CSO_LT:
@@ -92,7 +96,7 @@ int CkaCaseCheck::CheckForRow(int row) {
 }
 
 bool CkaCaseCheck::IsCaseTrue(const std::string& name) const {
-  const std::uint32_t position = Slots[SlotOf(name)];
+  const std::uint32_t position = Slots[SlotIndex(name, HashOf(name))].Position;
   return position != 0 && SimpleCases[position - 1].bIsTrue;
 }
 
@@ -106,24 +110,30 @@ bool CkaCaseCheck::IsCaseTrue(char* name) const {
 
 /// Makes room for `count` results and enters those that are there.
 void CkaCaseCheck::IndexResults(std::size_t count) {
+  std::vector<kaSimpleCase> results = std::move(SimpleCases);
+  SimpleCases.clear();
   SimpleCases.reserve(count);
-  Slots.assign(std::bit_ceil(4 * count + 1), 0);
-  for (std::size_t i = 0; i < SimpleCases.size(); ++i)
-    Slots[SlotOf(SimpleCases[i].Name)] = static_cast<std::uint32_t>(i + 1);
+  Slots.assign(std::bit_ceil(2 * count + 1), {});
+  for (const kaSimpleCase& result : results)
+    AddResult(result.Name, result.bIsTrue);
 }
 
 void CkaCaseCheck::AddResult(const std::string& name, bool isTrue) {
   SimpleCases.push_back({name, isTrue});
-  Slots[SlotOf(name)] = static_cast<std::uint32_t>(SimpleCases.size());
+  const std::uint32_t hash = HashOf(name);
+  Slots[SlotIndex(name, hash)] = {hash, static_cast<std::uint32_t>(SimpleCases.size())};
 }
 
 /// The slot of the last result called `name`, a free one if there is none.
-std::size_t CkaCaseCheck::SlotOf(const std::string& name) const {
+std::size_t CkaCaseCheck::SlotIndex(const std::string& name, std::uint32_t hash) const {
   const std::size_t mask = Slots.size() - 1;
-  std::size_t slot = std::hash<std::string>{}(name)&mask;
-  while (Slots[slot] != 0 && SimpleCases[Slots[slot] - 1].Name != name)
-    slot = (slot + 1) & mask;
-  return slot;
+  const auto isOther = [this, &name, hash](const kaSlot& slot) {
+    return slot.Position != 0 && (slot.Hash != hash || SimpleCases[slot.Position - 1].Name != name);
+  };
+  std::size_t index = hash & mask;
+  while (isOther(Slots[index]))
+    index = (index + 1) & mask;
+  return index;
 }
 
 bool CkaCaseCheck::EvaluateCase(int row, int caseIndex, bool previous) const {

@@ -45,14 +45,20 @@ class CkaCaseCheck : public CkaSuperior {
  private:
   bool EvaluateCase(int row, int caseIndex, bool previous) const;
 
+  /// Where the last result of a name stands in SimpleCases, counted from 1; 0 is a free slot. The
+  /// hash tells most other names apart without a look at them.
+  struct kaSlot {
+    std::uint32_t Hash = 0;
+    std::uint32_t Position = 0;
+  };
+
   void IndexResults(std::size_t count);
   void AddResult(const std::string& name, bool isTrue);
-  std::size_t SlotOf(const std::string& name) const;
+  std::size_t SlotIndex(const std::string& name, std::uint32_t hash) const;
 
-  /// Where the last result of a name stands in SimpleCases, counted from 1: an open hash table, at
-  /// most a quarter full, in which 0 is a free slot. It is made anew for every row, and with
-  /// thousands of cases a table of nodes would cost more than the cases themselves.
-  std::vector<std::uint32_t> Slots;
+  /// An open hash table, at most half full. It is made anew for every row, and with thousands of
+  /// cases a table of nodes would cost more than the cases themselves.
+  std::vector<kaSlot> Slots;
 };
 
 #endif
