@@ -79,7 +79,7 @@ void CkaCacheManager::timeoutHandler(sigval value) {
     manager->clearCache();
     manager->setTimer(&manager->timerID, 0);
   } catch (const std::exception& error) {
-    PrintErr(std::string("ERROR clearing cache: ") + error.what() + "\n");
+    PrintErr({"ERROR clearing cache: ", error.what(), "\n"});
   } catch (...) {
     PrintErr("ERROR clearing cache: unknown exception\n");
   }

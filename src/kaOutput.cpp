@@ -1,6 +1,7 @@
 #include "kaOutput.h"
 
 #include <cstdio>
+#include <new>
 #include <utility>
 
 namespace {
@@ -31,6 +32,18 @@ void PrintOut(std::string_view text) {
 
 void PrintErr(std::string_view text) {
   Print(kaStream::Err, text);
+}
+
+void PrintErr(std::initializer_list<std::string_view> parts) noexcept {
+  try {
+    std::string report;
+    for (const std::string_view part : parts)
+      report += part;
+    PrintErr(report);
+  } catch (const std::bad_alloc&) {
+    for (const std::string_view part : parts)
+      std::fwrite(part.data(), 1, part.size(), stderr);
+  }
 }
 
 void PrintReports(const std::vector<kaReport>& reports) {

@@ -1,6 +1,7 @@
 #ifndef KA_OUTPUT_H
 #define KA_OUTPUT_H
 
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +26,10 @@ void PrintOut(std::string_view text);
 
 /// Writes `text` to standard error as it stands.
 void PrintErr(std::string_view text);
+
+/// Writes the parts of one report to standard error. Never throws: without the memory to join them,
+/// they are written one by one.
+void PrintErr(std::initializer_list<std::string_view> parts) noexcept;
 
 /// Writes kept reports in their order.
 void PrintReports(const std::vector<kaReport>& reports);

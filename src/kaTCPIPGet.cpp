@@ -15,6 +15,7 @@
 #include <ctime>
 #include <exception>
 #include <string>
+#include <string_view>
 
 #include "kaDescriptor.h"
 #include "kaOutput.h"
@@ -33,32 +34,46 @@ constexpr std::string_view kAnswer = "received\n";
 using Buffer = std::array<char, 12000>;
 constexpr std::size_t kLongestMessage = Buffer().size() - 1;
 
-/// The local time as "Sat Nov 21 19:23:00 2026".
-std::string TimeStamp() {
-  constexpr std::size_t kLength = 24;
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  std::array<char, 64> text{};
-  if (localtime_r(&now, &local) == nullptr || asctime_r(&local, text.data()) == nullptr) return "";
-  return std::string(text.data()).substr(0, kLength);
-}
+/// The local time as "Sat Nov 21 19:23:00 2026", without taking memory.
+class TimeStamp {
+ public:
+  TimeStamp() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    const bool known =
+        localtime_r(&now, &local) != nullptr && asctime_r(&local, text_.data()) != nullptr;
+    text_[known ? kLength : 0] = '\0';
+  }
+  std::string_view Text() const { return text_.data(); }
 
-/// Writes a listener's reports.
+ private:
+  static constexpr std::size_t kLength = 24;
+
+  std::array<char, 64> text_{};
+};
+
+/// Writes a listener's reports. It needs no memory and never throws: reports are also made when
+/// something else has failed for want of memory.
 class Reporter {
  public:
   explicit Reporter(std::uint32_t port) : port_(std::to_string(port)) {}
 
-  void Report(const std::string& message) const { Report(TimeStamp(), message); }
+  /// \param subject,rest further parts of the message
+  void Report(std::string_view message, std::string_view subject = "",
+              std::string_view rest = "") const {
+    Report(TimeStamp(), message, subject, rest);
+  }
   /// For the set-up, which carries the time of the thread's start.
-  void ReportSetUp(const std::string& message) const { Report(startStamp_, message); }
+  void ReportSetUp(std::string_view message) const { Report(startStamp_, message, "", ""); }
 
  private:
-  void Report(const std::string& stamp, const std::string& message) const {
-    PrintErr("Port: " + port_ + " --- " + stamp + " --- " + message);
+  void Report(const TimeStamp& stamp, std::string_view message, std::string_view subject,
+              std::string_view rest) const {
+    PrintErr({"Port: ", port_, " --- ", stamp.Text(), " --- ", message, subject, rest});
   }
 
   const std::string port_;
-  const std::string startStamp_ = TimeStamp();
+  const TimeStamp startStamp_;
 };
 
 bool SetOption(int socket, int level, int name, int value) {
@@ -189,14 +204,13 @@ void DrainSurplus(int connection) {
 /// server.
 void HandleMessage(const kaSockData& data, Buffer& buffer, const Reporter& reporter) {
   if (data.CallBackFunction == nullptr) {
-    reporter.Report("Keine Callbackfunktion - der empfangene Text lautet: " +
-                    std::string(buffer.data()) + "\n");
+    reporter.Report("Keine Callbackfunktion - der empfangene Text lautet: ", buffer.data(), "\n");
     return;
   }
   try {
     data.CallBackFunction(kBufferLengthOnTheWire, buffer.data(), data.PCaller);
   } catch (const std::exception& error) {
-    reporter.Report(std::string("ERROR processing message: ") + error.what() + "\n");
+    reporter.Report("ERROR processing message: ", error.what(), "\n");
   } catch (...) {
     reporter.Report("ERROR processing message: unknown exception\n");
   }

@@ -53,6 +53,19 @@ TEST(Output, LongTextIsWrittenWhole) {
   EXPECT_TRUE(OutputOf([&] { PrintErr(text); }) == OnlyErr(text));
 }
 
+TEST(Output, PartsOfAReportAreOneReport) {
+  EXPECT_EQ(OutputOf([] {
+              PrintErr({"Port: ", "5701", "", " --- text\n"});
+            }),
+            OnlyErr("Port: 5701 --- text\n"));
+  std::vector<kaReport> reports;
+  {
+    const kaOutputCapture capture(reports);
+    PrintErr({"one ", "report"});
+  }
+  EXPECT_THAT(reports, ElementsAre(ErrReport("one report")));
+}
+
 TEST(Output, ReportsOfSeveralThreadsDoNotMix) {
   const std::string letters = "abcd";
   const std::size_t count = 500;
