@@ -333,12 +333,23 @@ std::string CkaTTSServer::ApplyLexRef(const std::string& text) const {
 std::vector<CkaTTSServer::kaMark> CkaTTSServer::FindMarks(const std::string& text,
                                                           const kaMarkupTable& table) const {
   std::vector<kaMark> marks;
-  for (auto mark = FindNextMark(text, table, 0); mark.has_value();) {
-    marks.push_back(*mark);
+  // Where each markup comes next. A markup is looked for again only when the search has passed it:
+  // a text may have thousands of marks, and most markups do not occur in it at all.
+  std::vector<std::size_t> next(table.size());
+  std::transform(table.begin(), table.end(), next.begin(), [&text](const auto& entry) {
+    return entry.var == kDefaultReference ? std::string::npos : text.find(entry.value);
+  });
+  while (true) {
+    const auto first = std::min_element(next.begin(), next.end());
+    if (first == next.end() || *first == std::string::npos) break;
+    const std::string& name = table[static_cast<std::size_t>(first - next.begin())].var;
+    marks.push_back({*first, name});
     // On by the length of the name, not of its markup: profiles in use are laid out for it. By one
     // character at least, so that a name of one character comes to an end.
-    const std::size_t step = std::max<std::size_t>(mark->Name.size(), 2) - 1;
-    mark = FindNextMark(text, table, mark->Position + step);
+    const std::size_t from = *first + std::max<std::size_t>(name.size(), 2) - 1;
+    for (std::size_t i = 0; i < table.size(); ++i) {
+      if (next[i] < from) next[i] = text.find(table[i].value, from);
+    }
   }
   PrintOut("Marks:\n");
   for (const kaMark& mark : marks) {
@@ -346,19 +357,6 @@ std::vector<CkaTTSServer::kaMark> CkaTTSServer::FindMarks(const std::string& tex
   }
   PrintOut("EndOfMarks\n");
   return marks;
-}
-
-std::optional<CkaTTSServer::kaMark> CkaTTSServer::FindNextMark(const std::string& text,
-                                                               const kaMarkupTable& table,
-                                                               std::size_t from) const {
-  std::optional<kaMark> next;
-  for (const CkaProfile::ProfileEntry& entry : table) {
-    if (entry.var == kDefaultReference) continue;
-    const std::size_t position = text.find(entry.value, from);
-    if (position == std::string::npos) continue;
-    if (!next || position < next->Position) next = kaMark{position, entry.var};
-  }
-  return next;
 }
 
 std::string CkaTTSServer::UseMultiLexicon(const std::string& text,

@@ -2,7 +2,6 @@
 #define KA_TTS_SERVER_APPLICATION_H
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -97,8 +96,6 @@ class CkaTTSServer : public CkaGeneralApplication {
   void PlayIfPresent(const std::string& name) const;
   kaMarkupTable BuildMarkupTable() const;
   std::vector<kaMark> FindMarks(const std::string& text, const kaMarkupTable& table) const;
-  std::optional<kaMark> FindNextMark(const std::string& text, const kaMarkupTable& table,
-                                     std::size_t from) const;
   std::vector<std::string> GetReferenceList(const std::string& refName) const;
 };
 

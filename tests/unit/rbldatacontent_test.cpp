@@ -160,6 +160,17 @@ TEST_F(RblDataContent, ManyRowsWithManyAttributesAreFound) {
   }
 }
 
+TEST_F(RblDataContent, AttributeWithPrefixIsNotTheOneWithout) {
+  Read(
+      "<rbl xmlns:p='u'><row a='1' p:a='2'/><row p:a='2' a='1'/><row p:a='2' b='3'/>"
+      "<row xml:a='2'/></rbl>");
+  EXPECT_EQ(Content.GetValue(0, "a"), "1");
+  EXPECT_EQ(Content.GetValue(1, "a"), "1");
+  EXPECT_EQ(Content.GetValue(2, "a"), "");
+  EXPECT_EQ(Content.GetValue(2, "b"), "3");
+  EXPECT_EQ(Content.GetValue(3, "a"), "");
+}
+
 TEST_F(RblDataContent, NamespacedAttributesNeverCrash) {
   EXPECT_NO_THROW(ReadAnything("<rbl xmlns:x='u'><row x:a='1' a='2' xmlns='v'/></rbl>"));
   EXPECT_NO_THROW(ReadAnything("<x:rbl xmlns:x='u'><x:row/><row x:a='1'/></x:rbl>"));

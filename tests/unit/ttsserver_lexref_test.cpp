@@ -112,6 +112,18 @@ TEST_F(LexRefMarks, NameOfOneCharacterAdvancesByOne) {
   EXPECT_EQ(Marks(), "0,R\n1,R\n");
 }
 
+TEST_F(LexRefMarks, ThousandsAmongHundredsOfAbsentMarkups) {
+  for (int i = 0; i < 400; ++i)
+    server.Set("absent" + std::to_string(i), "aab" + std::to_string(i));
+  server.Set("R", "a");
+  server.Set("default", "a");
+  std::string expected;
+  for (int i = 0; i < 5000; ++i)
+    expected += std::to_string(i) + ",R\n";
+  EXPECT_EQ(Apply(std::string(5000, 'a')), std::string(5000, 'a'));
+  EXPECT_EQ(Marks(), expected);
+}
+
 TEST_F(LexRefMarks, EmptyMarkupComesToAnEnd) {
   server.Set("bellfile", "");
   EXPECT_EQ(Apply("Zug nach Ulm"), "Zug nach Ulm");
