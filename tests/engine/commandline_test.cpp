@@ -63,6 +63,11 @@ TEST(CommandLine, FirstOperandEndsTheOptions) {
   EXPECT_EQ(line.wavFile, "--voice");
 }
 
+TEST(CommandLine, LoneDashIsAnOperand) {
+  EXPECT_EQ(Parse({"-"}).text, "-");
+  EXPECT_EQ(Parse({"text", "-"}).wavFile, "-");
+}
+
 TEST(CommandLine, ValueMayBeBehindAnEqualsSign) {
   EXPECT_EQ(Parse({"--voice=en-gb+f3", "x"}).voice, "en-gb+f3");
   EXPECT_EQ(Parse({"--time-limit=7", "x"}).timeLimit, std::chrono::seconds(7));

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -183,6 +184,22 @@ TEST_F(PlayerTest, ThatIsNotInstalledIsAFailure) {
   } catch (const Failure& failure) {
     EXPECT_THAT(failure.what(), HasSubstr("aplay: No such file or directory"));
   }
+}
+
+TEST_F(PlayerTest, ThatGetsNoPipeIsAFailure) {
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none{3, before.rlim_max};
+  Player player;
+  std::string message;
+  ::setrlimit(RLIMIT_NOFILE, &none);
+  try {
+    player.Write(second_);
+  } catch (const Failure& failure) {
+    message = failure.what();
+  }
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(message, "cannot create a pipe to the player: Too many open files");
 }
 
 TEST_F(PlayerTest, IsKilledWhenTheAnnouncementFails) {

@@ -187,6 +187,14 @@ TEST_F(SavingTest, FullDiskIsAFailureAndLeavesTheOldFileAndNoOther) {
   EXPECT_EQ(support::ReadFile(Wav()), "old");
 }
 
+TEST_F(SavingTest, WithoutTheDataOfEspeakNgIsAFailure) {
+  settings_.environment["ESPEAK_DATA_PATH"] = store_.MakeDir("espeak-ng-data");
+  const Result result = Save("Gleis");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err, HasSubstr("ka-espeak-ng: error: espeak-ng cannot start: "));
+  EXPECT_FALSE(fs::exists(Wav()));
+}
+
 TEST_F(SavingTest, TextFileAndWavFileMayNotBeTheSame) {
   const std::string file = store_.Write("t", "Gleis");
   EXPECT_EQ(RunEngine({"--discard-on-failure", "--", file, file}).status, 2);

@@ -458,6 +458,14 @@ TEST_F(CaseCheck, CaseOfAnotherTypeKeepsThePreviousResult) {
   EXPECT_FALSE(Checked.IsCaseTrue("other"));
 }
 
+TEST_F(CaseCheck, FirstCaseOfAnotherTypeIsFalse) {
+  Case other = Holding("other");
+  other.Type = 99;
+  Check("1", {other, Operation("not", CkaCases::_CS_NAND, {"other"})});
+  EXPECT_FALSE(Checked.IsCaseTrue("other"));
+  EXPECT_TRUE(Checked.IsCaseTrue("not"));
+}
+
 TEST_F(CaseCheck, RowsAreCheckedForThemselves) {
   SetRows({"1", "2"});
   Definitions.SortedCases = {Holding("one"), Failing("two")};
@@ -478,6 +486,21 @@ TEST_F(CaseCheck, ResultsAreNeverClearedAndTheLastOnesCount) {
   Checked.CheckForRow(1);
   EXPECT_EQ(Checked.SimpleCases.size(), 2U);
   EXPECT_FALSE(Checked.IsCaseTrue("one"));
+}
+
+TEST_F(CaseCheck, ResultsOfOtherCasesStayKnownAfterASecondCheck) {
+  SetRows({"1"});
+  Definitions.SortedCases = {Failing("no"), Holding("one"), Holding("two")};
+  Checked.Initialize(&Definitions, &Content);
+  Checked.CheckForRow(0);
+  CkaCases others;
+  others.SortedCases = {Holding("other"), Operation("both", CkaCases::_CS_AND, {"one", "two"})};
+  Checked.Initialize(&others, &Content);
+  Checked.CheckForRow(0);
+  EXPECT_EQ(Checked.SimpleCases.size(), 5U);
+  for (const char* name : {"one", "two", "other", "both"})
+    EXPECT_TRUE(Checked.IsCaseTrue(name)) << name;
+  EXPECT_FALSE(Checked.IsCaseTrue("no"));
 }
 
 TEST_F(CaseCheck, RowBeyondTheBlockHasEmptyValues) {

@@ -253,6 +253,16 @@ TEST_F(MessageTxt, ParseLanguageDataReadsTheStoredText) {
   EXPECT_FALSE(Catalogue.ParseLanguageData(1));
 }
 
+TEST_F(MessageTxt, OnlyTwoLanguagesCanBeLoadedAndParsed) {
+  std::string path = Directory.Write("de.csv", Row("1000", Row("7000", "a row in a row")));
+  ASSERT_TRUE(Catalogue.LoadLanguageData(0, path.data()));
+  for (const int index : {-1, 2, 2147483647}) {
+    EXPECT_FALSE(Catalogue.LoadLanguageData(index, path.data())) << index;
+    EXPECT_FALSE(Catalogue.ParseLanguageData(index)) << index;
+  }
+  EXPECT_EQ(Catalogue.GiveOutAsString(0, 1000, 0), "7000    ------a row in a row");
+}
+
 TEST_F(MessageTxt, RowsOfOneClassMakeABlock) {
   Add(Row("1000", "a") + Row("1000", "b") + Row("1000", "c") + Row("7000", "d") + Row("7000", "e"));
   ExpectBlock(0, 1000, 0, 3);
@@ -369,6 +379,15 @@ TEST_F(MessageTxt, RowOutsideTheTableGivesNoText) {
   Add(Row("1000", "a"));
   Catalogue.SetPrefix("p: ");
   EXPECT_EQ(Catalogue.GiveOutAsString(0, 1000, 4294967295U), "p: ");
+}
+
+TEST_F(MessageTxt, FirstRowBehindTheTableGivesNoText) {
+  Add(Row("1000", "a"));
+  Add(Row("1000", "b"));
+  Catalogue.ClassIDPos[1] = {7000, 100, 2};
+  Catalogue.strLanguageTable[0][100] = "last";
+  EXPECT_EQ(Catalogue.GiveOutAsString(0, 7000, 0), "last");
+  EXPECT_EQ(Catalogue.GiveOutAsString(0, 7000, 1), "");
 }
 
 TEST_F(MessageTxt, LanguageIsNotComparedWithTheCount) {

@@ -23,6 +23,7 @@
 #include "ka-tts-server.h"
 #include "kaTTSServer.h"
 #include "support/capture_output.h"
+#include "support/end_child.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -39,7 +40,7 @@ const std::int32_t kMessagesAtLoad = MessageCounter;
 /// Runs `action` in a child process. \return its wait status; 0 if `action` was true.
 int StatusOfChild(const std::function<bool()>& action) {
   const pid_t child = fork();
-  if (child == 0) _exit(action() ? 0 : 1);
+  if (child == 0) support::EndChild(action() ? 0 : 1);
   int status = -1;
   waitpid(child, &status, 0);
   return status;

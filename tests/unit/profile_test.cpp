@@ -146,6 +146,12 @@ TEST_F(Profile, ParseRowAppendsTheAssignment) {
   ExpectEntries({{"a", "1"}, {"a", "2"}});
 }
 
+TEST_F(Profile, BlankRowIsNoAssignment) {
+  for (const char* row : {"", " ", " \t\r\v\f"})
+    EXPECT_FALSE(Config.ParseRow(row)) << '"' << row << '"';
+  ExpectEntries({});
+}
+
 TEST_F(Profile, RandomRowsAreReadAsByThePlainCode) {
   for (unsigned int seed = 0; seed < 3000; ++seed) {
     std::mt19937 random(seed);
@@ -355,6 +361,14 @@ TEST_F(Profile, EntryFiveOfFiveIsEmpty) {
   EXPECT_EQ(Config.GetVarName(5), "");
   EXPECT_EQ(Config.GetValueAt(5), "");
   EXPECT_EQ(Config.GetVarName(INT_MAX), "");
+}
+
+TEST_F(Profile, EntryBehindTheLastIsEmptyAfterALongerList) {
+  for (const char* name : {"a", "b", "c"})
+    Assign(Config, name, name);
+  Config.ProfValues.pop_back();
+  EXPECT_EQ(Config.GetVarName(2), "");
+  EXPECT_EQ(Config.GetValueAt(2), "");
 }
 
 TEST_F(Profile, NegativeEntryIsEmpty) {

@@ -218,6 +218,13 @@ TEST_F(RblDataFormat, UninitialisedReaderSaysSoWithoutALineEnd) {
   EXPECT_EQ(Format.pAssemNode, nullptr);
 }
 
+TEST_F(RblDataFormat, UninitialisedReaderReadsNothing) {
+  bool read = true;
+  OutputOf([&] { read = Format.ReadAssembly(); });
+  EXPECT_FALSE(read);
+  EXPECT_EQ(Format.GetAttributeCount(), 0);
+}
+
 TEST_F(RblDataFormat, EscapesInNamesAreReplaced) {
   ASSERT_TRUE(ReadAttributes("<Attribute name='a\\e' assignto='\\eb'/>"));
   EXPECT_EQ(Format.GetAttributeNameAt(0), "a\x1b");

@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "support/capture_output.h"
+#include "support/end_child.h"
 #include "support/fake_clock.h"
 #include "support/loopback.h"
 #include "support/temp_dir.h"
@@ -223,7 +224,7 @@ void RunInOwnProcess(const std::function<void()>& body) {
   EXPECT_EXIT(
       {
         body();
-        std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
+        support::EndChild(::testing::Test::HasFailure() ? 1 : 0);
       },
       ::testing::ExitedWithCode(0), "");
 }

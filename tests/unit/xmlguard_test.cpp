@@ -92,6 +92,12 @@ TEST(ExpandsWithinLimit, EachOccurrenceCountsForItself) {
   EXPECT_FALSE(ExpandsWithinLimit(WithSubset(subset, "<r>&m;<x>&m;</x>&m;</r>")));
 }
 
+TEST(ExpandsWithinLimit, CharacterReferenceInAnEntityCountsAsOneByte) {
+  const std::string subset = "<!ENTITY k '" + Repeated("&#38;#120;", 1024) + "'>";
+  EXPECT_TRUE(ExpandsWithinLimit(WithSubset(subset, "<r>" + Repeated("&k;", 240) + "</r>")));
+  EXPECT_FALSE(ExpandsWithinLimit(WithSubset(subset, "<r>" + Repeated("&k;", 257) + "</r>")));
+}
+
 TEST(ExpandsWithinLimit, DefaultAttributesCountOnEveryElement) {
   const std::string subset = "<!ATTLIST row a CDATA '" + std::string(1024, 'x') + "'>";
   EXPECT_TRUE(ExpandsWithinLimit(WithSubset(subset, "<r>" + Repeated("<row/>", 240) + "</r>")));
