@@ -187,6 +187,9 @@ TEST_F(PlayerTest, ThatIsNotInstalledIsAFailure) {
 }
 
 TEST_F(PlayerTest, ThatGetsNoPipeIsAFailure) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer needs descriptors of its own to look at memory";
+#endif
   rlimit before{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
   const rlimit none{3, before.rlim_max};
