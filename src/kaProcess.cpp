@@ -50,6 +50,16 @@ void KeepXmlLibraryUntilExit() {
   xmlMemSetup([](void* memory) { std::free(memory); }, std::malloc, std::realloc, strdup);
 }
 
+void SkipTearDownAtExit() {
+  // Without the stream's lock, as in `exit` itself: a thread may hold it for as long as nobody
+  // reads.
+  constexpr auto kEnd = [](int status, void*) {
+    fflush_unlocked(stdout);
+    _exit(status);
+  };
+  on_exit(kEnd, nullptr);
+}
+
 void ReturnFreeMemory() {
   malloc_trim(0);
 }

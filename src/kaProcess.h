@@ -19,6 +19,11 @@ void SurviveBrokenPipes();
 /// Must run before the library is used.
 void KeepXmlLibraryUntilExit();
 
+/// Lets `exit` write out what is buffered and end the process there: libraries must not tear down
+/// what listener threads still use, such as the table that libxml++ keeps of its parsers. Runs
+/// before all exit handlers that are registered by then.
+void SkipTearDownAtExit();
+
 /// Gives memory that was needed for the start only back to the system.
 void ReturnFreeMemory();
 

@@ -21,6 +21,7 @@
 #include <thread>
 
 #include "ka-tts-server.h"
+#include "kaOutput.h"
 #include "kaTTSServer.h"
 #include "support/capture_output.h"
 #include "support/end_child.h"
@@ -226,3 +227,27 @@ TEST(KeepXmlLibraryUntilExit, ThreadsMayParseWhileTheProcessExits) {
 }
 
 }  // namespace
+
+// The counting of executed lines happens in the handlers that are skipped here.
+TEST(Process, ExitWritesWhatIsBufferedAndTearsNothingDown) {
+  const Pipe output;
+  std::fflush(stdout);
+  const pid_t child = fork();
+  if (child == 0) {
+    std::atexit([] { PrintErr("torn down"); });
+    SkipTearDownAtExit();
+    dup2(output.writeEnd, STDOUT_FILENO);
+    dup2(output.writeEnd, STDERR_FILENO);
+    PrintOut("without a line end");
+    std::exit(3);  // NOLINT(concurrency-mt-unsafe): one thread
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  std::array<char, 100> text{};
+  ASSERT_GT(read(output.readEnd, text.data(), text.size() - 1), 0);
+  EXPECT_STREQ(text.data(), "without a line end");
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 3);
+  close(output.readEnd);
+  close(output.writeEnd);
+}

@@ -191,10 +191,9 @@ TEST_P(Crowd, IsAnsweredOnceEachAsFarAsTheKernelLetsItIn) {
   for (std::size_t number = 0; number < Visitors().size(); ++number) {
     const Visitor& visitor = Visitors()[number];
     const int times = handled.at(NameOf(number));
-    if (visitor.GaveUp()) {
+    if (visitor.GaveUp() && visitor.Answer().empty()) {
       // The kernel may have let it in while it was leaving.
       EXPECT_LE(times, 1) << NameOf(number);
-      EXPECT_EQ(visitor.Answer(), "") << NameOf(number);
     } else {
       EXPECT_EQ(times, 1) << NameOf(number);
       EXPECT_EQ(visitor.Answer(), kReceived) << NameOf(number);
