@@ -58,6 +58,10 @@ bool CkaSpeechGen::GetAnnouncementIndex(int lang, int position) const {
 }
 
 CkaSpeechGen::kaTTSAnnouncement CkaSpeechGen::AccessAnnouncement(int lang, int index) const {
+  return AnnouncementAt(lang, index);
+}
+
+const CkaSpeechGen::kaTTSAnnouncement& CkaSpeechGen::AnnouncementAt(int lang, int index) const {
   return LanguageAt(lang).Announcements.at(Index(index));
 }
 

@@ -51,6 +51,8 @@ class CkaSpeechGen : public CkaNavigateXML {
   /// A copy of the announcement at list index `index`.
   /// \throws std::out_of_range
   kaTTSAnnouncement AccessAnnouncement(int lang, int index) const;
+  /// The same without a copy.
+  const kaTTSAnnouncement& AnnouncementAt(int lang, int index) const;
 
   void SetMainNodes();
   bool ReadLanguages();

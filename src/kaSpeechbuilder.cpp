@@ -177,7 +177,7 @@ CkaSpeechbuilder::kaAnnouncementText CkaSpeechbuilder::ComposeText(
   announcement.bExists = true;
   announcement.Language = SpeechGen.GetLanguageName(lang);
   announcement.Text = SpeechGen.GetGeneralPrefix(lang) + " ";
-  for (const auto& phrase : SpeechGen.AccessAnnouncement(lang, index).Phrases) {
+  for (const auto& phrase : SpeechGen.AnnouncementAt(lang, index).Phrases) {
     if (!phrase.Condition.empty() && !cases.IsCaseTrue(phrase.Condition)) continue;
     AppendPhrase(announcement, phrase, content, row);
   }
