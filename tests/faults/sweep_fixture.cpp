@@ -210,7 +210,7 @@ void FaultTest::ExpectStarted(const StartEffect& effect) {
   }
   EXPECT_EQ(Threads(Pid()).size(), threads);
   // The standard ones, and a socket of each listener.
-  EXPECT_EQ(OpenDescriptors(Pid()).size(), threads + 2);
+  EXPECT_TRUE(WaitUntil([&] { return OpenDescriptors(Pid()).size() == threads + 2; }));
   EXPECT_EQ(Err(), "");
   for (const Phase port : kPorts) {
     if (ListensOn(Pid(), PortOf(port))) {
@@ -253,7 +253,8 @@ std::string FaultTest::InjectIntoListeners(const Injection& injection) {
   if (injected_ && (!effect.Serves || injection.Lasting)) {
     ExpectIdle(ProcessorSeconds(Pid()), Clock::now());
   }
-  EXPECT_EQ(OpenDescriptors(Pid()).size(), descriptors);
+  // At the first look a file may have been open for a moment.
+  EXPECT_TRUE(WaitUntil([&] { return OpenDescriptors(Pid()).size() <= descriptors; }));
   EXPECT_EQ(Threads(Pid()).size(), 4U);
   EXPECT_TRUE(server().IsRunning());
   if (injected_) ExpectListenerReports(effect);
@@ -471,7 +472,7 @@ std::string FaultTest::InjectIntoExpiry(const Injection& injection) {
   injected_ = !Trace(Log()).Hits().empty();
   const std::vector<std::string> reports =
       Surplus(ComparableLines(NewErr()), {kNoBackup, kNoBackup});
-  EXPECT_EQ(OpenDescriptors(Pid()), descriptors);
+  EXPECT_TRUE(WaitUntil([&] { return OpenDescriptors(Pid()) == descriptors; }));
   ExpectPortsAnswer();
   if (!injected_) return "";
   if (injection.Call == "timer_settime") {
