@@ -125,6 +125,17 @@ void FaultTest::ExpectInjected(Phase phase, const std::string& call, int nth,
   EXPECT_EQ(outcome_, outcome);
 }
 
+void FaultTest::ExpectInjectedWithin(Phase phase, const std::string& call, int most,
+                                     const std::string& outcome) {
+  const Row& row = RowOf(phase, call);
+  outcome_.clear();
+  for (int nth = 1; nth <= most && outcome_ != outcome; ++nth) {
+    EXPECT_TRUE(Inject(phase, {call, row.Errors.front(), nth, false, row.Path}))
+        << "the call was not made";
+  }
+  EXPECT_EQ(outcome_, outcome);
+}
+
 void FaultTest::ExpectLasting(Phase phase, const std::string& call, int nth,
                               const std::string& outcome) {
   const Row& row = RowOf(phase, call);

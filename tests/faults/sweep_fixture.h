@@ -26,6 +26,9 @@ class FaultTest : public servertest::ServerTest {
   bool Inject(Phase phase, const Injection& injection);
   /// The nth call with the first error of its row, which must come to pass and to this outcome.
   void ExpectInjected(Phase phase, const std::string& call, int nth, const std::string& outcome);
+  /// The same for the first of the calls up to number `most` that has this outcome.
+  void ExpectInjectedWithin(Phase phase, const std::string& call, int most,
+                            const std::string& outcome);
   /// The same for all calls from the nth on.
   void ExpectLasting(Phase phase, const std::string& call, int nth, const std::string& outcome);
   /// An injection while the program is loaded, which must end it.
