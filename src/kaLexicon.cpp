@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <numeric>
 #include <tuple>
 #include <utility>
 
@@ -43,13 +44,20 @@ kaMaskedText ReplaceWord(const kaMaskedText& source, const std::string& word,
   return result;
 }
 
-/// The key of a word: its bytes and their number, mixed by a multiplication so that the low bits
-/// depend on all of them.
-std::uint32_t KeyOf(std::string_view bytes) {
-  std::uint64_t key = bytes.size();
-  for (const char c : bytes)
-    key = key << 8 | static_cast<unsigned char>(c);
-  return static_cast<std::uint32_t>(key * 0x9E3779B97F4A7C15U >> 32);
+std::uint64_t AppendByte(std::uint64_t bytes, char c) {
+  return bytes << 8 | static_cast<unsigned char>(c);
+}
+
+/// The key of a word's start: its bytes and their number, mixed by a multiplication so that the low
+/// bits depend on all of them.
+std::uint32_t KeyOf(std::uint64_t bytes, std::size_t length) {
+  constexpr std::uint64_t kMixer = 0x9E3779B97F4A7C15U;
+  return static_cast<std::uint32_t>((bytes | std::uint64_t{length} << 32) * kMixer >> 32);
+}
+
+std::uint32_t KeyOf(std::string_view start) {
+  return KeyOf(std::accumulate(start.begin(), start.end(), std::uint64_t{0}, AppendByte),
+               start.size());
 }
 
 }  // namespace
@@ -94,21 +102,28 @@ void kaLexicon::ApplyTo(kaMaskedText& masked) const {
 std::vector<std::uint32_t> kaLexicon::FindEntries(std::string_view text, std::uint32_t from) const {
   std::vector<std::uint32_t> found;
   for (std::size_t pos = 0; pos < text.size(); ++pos) {
-    for (std::size_t length = 1; length <= kLongestKey; ++length) {
-      if (keyLengths_[length]) AppendEntriesAt(found, text.substr(pos), length, from);
-    }
+    AppendEntriesAt(found, text.substr(pos), from);
   }
   std::sort(found.begin(), found.end());
   found.erase(std::unique(found.begin(), found.end()), found.end());
   return found;
 }
 
-/// Adds the entries from number `from` on that `text` begins with and whose key has this length.
+/// Adds the entries from number `from` on that `text` begins with.
 void kaLexicon::AppendEntriesAt(std::vector<std::uint32_t>& found, std::string_view text,
-                                std::size_t keyLength, std::uint32_t from) const {
-  if (text.size() < keyLength) return;
-  const std::uint32_t key = KeyOf(text.substr(0, keyLength));
-  if (!filter_[key & (filter_.size() - 1)]) return;
+                                std::uint32_t from) const {
+  std::uint64_t bytes = 0;
+  for (std::size_t length = 1; length <= std::min(kLongestKey, text.size()); ++length) {
+    bytes = AppendByte(bytes, text[length - 1]);
+    if (!keyLengths_[length]) continue;
+    const std::uint32_t key = KeyOf(bytes, length);
+    if (filter_[key & (filter_.size() - 1)]) AppendEntriesOf(found, key, text, from);
+  }
+}
+
+/// Adds those of one key.
+void kaLexicon::AppendEntriesOf(std::vector<std::uint32_t>& found, std::uint32_t key,
+                                std::string_view text, std::uint32_t from) const {
   auto word = std::lower_bound(words_.begin(), words_.end(), key,
                                [](const kaWord& w, std::uint32_t k) { return w.Key < k; });
   for (; word != words_.end() && word->Key == key; ++word) {

@@ -45,7 +45,9 @@ class kaLexicon {
 
   std::vector<std::uint32_t> FindEntries(std::string_view text, std::uint32_t from) const;
   void AppendEntriesAt(std::vector<std::uint32_t>& found, std::string_view text,
-                       std::size_t keyLength, std::uint32_t from) const;
+                       std::uint32_t from) const;
+  void AppendEntriesOf(std::vector<std::uint32_t>& found, std::uint32_t key, std::string_view text,
+                       std::uint32_t from) const;
 
   std::vector<CkaProfile::ProfileEntry> entries_;
   std::vector<kaWord> words_;                ///< sorted by key, then by entry
