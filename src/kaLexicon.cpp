@@ -26,15 +26,17 @@ void AppendReplacement(kaMaskedText& to, const std::string& replacement) {
 /// Replaces all free occurrences of `word`, from left to right. After each occurrence the search
 /// goes on one byte further in the text as it then is. Bytes of a replacement are protected, so the
 /// next byte that matters is the first one behind it; an empty replacement has none, and the byte
-/// that took its place begins no match.
+/// that took its place begins no match. The position of each is appended to `positions` unless that
+/// is null.
 kaMaskedText ReplaceWord(const kaMaskedText& source, const std::string& word,
-                         const std::string& replacement) {
+                         const std::string& replacement, std::vector<std::size_t>* positions) {
   kaMaskedText result;
   std::size_t done = 0;
   std::size_t match = source.Text.find(word);
   while (match != std::string::npos) {
     AppendPart(result, source, done, match - done);
     const bool replaced = IsFree(source.Mask, match, word.size());
+    if (replaced && positions != nullptr) positions->push_back(result.Text.size());
     if (replaced) AppendReplacement(result, replacement);
     done = replaced ? match + word.size() : match;
     const bool skipOne = !replaced || replacement.empty();
@@ -83,13 +85,17 @@ kaLexicon::kaLexicon(std::vector<CkaProfile::ProfileEntry> entries)
   });
 }
 
-void kaLexicon::ApplyTo(kaMaskedText& masked) const {
+void kaLexicon::ApplyTo(kaMaskedText& masked, std::vector<kaReplacement>* replacements) const {
+  std::vector<std::size_t> positions;
   std::vector<std::uint32_t> found = FindEntries(masked.Text, 0);
   for (auto next = found.begin(); next != found.end();) {
     const CkaProfile::ProfileEntry& entry = entries_[*next];
     const std::uint32_t following = *next + 1;
     const std::size_t size = masked.Text.size();
-    masked = ReplaceWord(masked, entry.var, entry.value);
+    masked = ReplaceWord(masked, entry.var, entry.value, replacements ? &positions : nullptr);
+    for (const std::size_t position : positions)
+      replacements->push_back({*next, position, entry.var, entry.value});
+    positions.clear();
     ++next;
     // What is removed without a replacement joins its neighbours to new words.
     if (!entry.value.empty() || masked.Text.size() == size) continue;
