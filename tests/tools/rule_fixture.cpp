@@ -52,12 +52,16 @@ std::vector<std::string> RuleFixture::Expected() const {
   return lines;
 }
 
-std::vector<std::string> RuleFixture::Found() const {
-  const DemoStation station;
+void RuleFixture::Stage(const DemoStation& station) const {
   station.Overlay(Path());
   Prepare(station);
   for (const char* own : {"expected", "prepare"})
     fs::remove(station.Sub(own));
+}
+
+std::vector<std::string> RuleFixture::Found() const {
+  const DemoStation station;
+  Stage(station);
   const Ended ended = RunTool({"check", "--station", station.Dir(), "--json"});
   if (ended.Status != 0 && ended.Status != 1) throw std::runtime_error(ended.Err);
   std::vector<std::string> lines;

@@ -7,6 +7,8 @@
 
 namespace toolstest {
 
+class DemoStation;
+
 /// One directory of tests/tools/fixtures/rules: what differs from the demo station, and what
 /// `ka-tts check` then finds.
 ///
@@ -18,6 +20,8 @@ struct RuleFixture {
   std::string Name;  ///< "fail..." or "pass..."; a rule may have several of each
 
   std::string Path() const;
+  /// Makes the demo station the one of the fixture.
+  void Stage(const DemoStation& station) const;
   /// The lines of `expected`, sorted.
   std::vector<std::string> Expected() const;
   /// What `ka-tts check --json` finds, as lines of `expected`, sorted.

@@ -4,7 +4,9 @@ namespace tools {
 
 std::vector<RuleGroup> RuleGroups() {
   return {
-      DocumentRules(),
+      DocumentRules(),     StructureRules(), ReferenceRules(), LanguageRules(),
+      AnnouncementRules(), PhraseRules(),    FormatRules(),    CaseRules(),
+      PartRules(),         ByteRules(),      UnusedRules(),    UnusedFileRules(),
   };
 }
 

@@ -21,6 +21,17 @@ std::vector<RuleGroup> RuleGroups();
 
 // The groups, one per file of this directory.
 RuleGroup DocumentRules();
+RuleGroup StructureRules();
+RuleGroup ReferenceRules();
+RuleGroup LanguageRules();
+RuleGroup AnnouncementRules();
+RuleGroup PhraseRules();
+RuleGroup FormatRules();
+RuleGroup CaseRules();
+RuleGroup PartRules();
+RuleGroup ByteRules();
+RuleGroup UnusedRules();
+RuleGroup UnusedFileRules();
 
 }  // namespace tools
 

@@ -37,7 +37,7 @@ std::vector<Rule> Rules() {
 std::string RuleList(Language language) {
   std::string list;
   for (const Rule& rule : Rules())
-    list += fmt::format("{:<28} {:<8} {}\n", rule.Id, NameOf(rule.Level), rule.Title(language));
+    list += fmt::format("{:<32} {:<8} {}\n", rule.Id, NameOf(rule.Level), rule.Title(language));
   return list;
 }
 
