@@ -149,24 +149,29 @@ bool CkaCaseCheck::EvaluateCase(int row, int caseIndex, bool previous) const {
   }
 }
 
-bool CkaCaseCheck::CheckSubstrForRow(int row, int caseIndex) const {
+std::optional<std::string> CkaCaseCheck::PartUnderTest(int row, int caseIndex) const {
   const CkaCases::kaCaseStruct& record = CaseFormat->GetCaseAt(caseIndex);
   const std::string text = RBLContent->GetValue(row, record.FirstValRef);
   const int length = static_cast<int>(text.size());
   const bool upToEnd = record.End == -1;
-  if (!upToEnd && (record.Begin > record.End || record.End >= length)) return false;
+  if (!upToEnd && (record.Begin > record.End || record.End >= length)) return std::nullopt;
 
-  // A begin outside the text, which also a negative one is, throws: the block is then given up.
+  // A begin outside the text, which also a negative one is, throws.
   const auto from = static_cast<std::size_t>(record.Begin);
-  const std::string part = upToEnd
-                               ? text.substr(from)
-                               : text.substr(from, static_cast<std::size_t>(record.End) - from + 1);
+  return upToEnd ? text.substr(from)
+                 : text.substr(from, static_cast<std::size_t>(record.End) - from + 1);
+}
+
+bool CkaCaseCheck::CheckSubstrForRow(int row, int caseIndex) const {
+  const CkaCases::kaCaseStruct& record = CaseFormat->GetCaseAt(caseIndex);
+  const std::optional<std::string> part = PartUnderTest(row, caseIndex);
+  if (!part) return false;
   switch (record.TreatAs) {
     case CkaCases::_CST_NUMBER:
-      return CompareNumbers(record.Operator, LeadingInteger(part),
+      return CompareNumbers(record.Operator, LeadingInteger(*part),
                             LeadingInteger(record.SecondVal));
     case CkaCases::_CST_STRING:
-      return CompareTexts(record.Operator, part, record.SecondVal);
+      return CompareTexts(record.Operator, *part, record.SecondVal);
     default:
       return false;
   }
@@ -177,7 +182,7 @@ bool CkaCaseCheck::CheckStrlenForRow(int row, int caseIndex) const {
   const int length = static_cast<int>(RBLContent->ViewValue(row, record.FirstValRef).size());
   const int reference = LeadingInteger(record.SecondVal);
   // Always ">", whatever the operator: integrators search the output for this line.
-  PrintOut("Platform case : " + std::to_string(length) + " > " + std::to_string(reference) + "\n");
+  PrintOut({"Platform case : ", std::to_string(length), " > ", std::to_string(reference), "\n"});
   return CompareNumbers(record.Operator, length, reference);
 }
 

@@ -2,6 +2,7 @@
 #define KA_CASE_CHECK_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,11 @@ class CkaCaseCheck : public CkaSuperior {
   bool IsCaseTrue(const std::string& name) const;
   bool IsCaseTrue(const char* name) const;
   bool IsCaseTrue(char* name) const;
+
+  /// The part of the row's value that a substring case looks at; none, and the case does not hold,
+  /// if the value does not reach up to the case's end or the end stands before the begin.
+  /// \throws std::out_of_range if the begin lies outside the value; the block is then given up.
+  std::optional<std::string> PartUnderTest(int row, int caseIndex) const;
 
   bool CheckSubstrForRow(int row, int caseIndex) const;
   bool CheckStrlenForRow(int row, int caseIndex) const;

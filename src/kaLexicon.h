@@ -2,6 +2,7 @@
 #define KA_LEXICON_H
 
 #include <bitset>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -21,6 +22,16 @@ struct kaMaskedText {
 /// A text of which nothing is protected.
 kaMaskedText MakeFreeText(const std::string& text);
 
+/// One occurrence of a word that was replaced.
+struct kaReplacement {
+  std::size_t Entry = 0;     ///< number of the entry in the lexicon's list, from 0
+  std::size_t Position = 0;  ///< first byte of the occurrence in the text as it then was
+  std::string Word;
+  std::string Value;
+
+  bool operator==(const kaReplacement&) const = default;
+};
+
 /// The entries of a lexicon with an index over their words: what a text costs depends on the text
 /// and on the words found in it, not on the number of entries.
 class kaLexicon {
@@ -30,7 +41,8 @@ class kaLexicon {
   /// Applies the entries in their order: every occurrence of an entry's name that touches no
   /// protected byte is replaced by the entry's value, which is protected from then on. Text and
   /// mask keep the same length. An empty name replaces nothing.
-  void ApplyTo(kaMaskedText& masked) const;
+  /// \param replacements unless null, gets what was replaced in the order in which it happened
+  void ApplyTo(kaMaskedText& masked, std::vector<kaReplacement>* replacements = nullptr) const;
 
  private:
   /// Words are looked up by their first bytes, at most this many.
@@ -45,7 +57,9 @@ class kaLexicon {
 
   std::vector<std::uint32_t> FindEntries(std::string_view text, std::uint32_t from) const;
   void AppendEntriesAt(std::vector<std::uint32_t>& found, std::string_view text,
-                       std::size_t keyLength, std::uint32_t from) const;
+                       std::uint32_t from) const;
+  void AppendEntriesOf(std::vector<std::uint32_t>& found, std::uint32_t key, std::string_view text,
+                       std::uint32_t from) const;
 
   std::vector<CkaProfile::ProfileEntry> entries_;
   std::vector<kaWord> words_;                ///< sorted by key, then by entry

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "kaCaseCheck.h"
+#include "kaCompositionTrace.h"
 #include "kaFile.h"
 #include "kaLexicon.h"
 #include "kaRBLDataContent.h"
@@ -45,6 +46,14 @@ bool ReadSection(Reader& reader, const std::string& path, bool (Reader::*read)()
   const bool complete = reader.Initialize(path, false, false) && (reader.*read)();
   reader.ReleaseDocument();
   return complete;
+}
+
+/// The trace of the next phrase; null where no trace is kept.
+kaPhraseTrace* AppendTo(kaCompositionTrace* trace) {
+  if (trace == nullptr) return nullptr;
+  kaPhraseTrace& phrase = trace->Phrases.emplace_back();
+  phrase.Number = trace->Phrases.size() - 1;
+  return &phrase;
 }
 
 /// Prints what a composition reported, also when it ends by an exception.
@@ -164,7 +173,7 @@ bool CkaSpeechbuilder::CreateAnnouncements(CkaRBLDataContent& content, int rowCo
 
 CkaSpeechbuilder::kaAnnouncementText CkaSpeechbuilder::ComposeText(
     const CkaRBLDataContent& content, const CkaCaseCheck& cases, int row, int lang,
-    std::vector<kaReport>& reports) const {
+    std::vector<kaReport>& reports, kaCompositionTrace* trace) const {
   const kaOutputCapture capture(reports);
   kaAnnouncementText announcement;
   // A truth value serves as list index: announcement documents put the full form first and the
@@ -172,24 +181,30 @@ CkaSpeechbuilder::kaAnnouncementText CkaSpeechbuilder::ComposeText(
   int index = SpeechGen.GetAnnouncementIndex(lang, row) ? 1 : 0;
   if (index < 0) index = row;
   PrintOut("select lang " + std::to_string(index) + "\n");
-  if (!SpeechGen.DoesAnnouncementExists(lang, index)) return announcement;
+  announcement.bExists = SpeechGen.DoesAnnouncementExists(lang, index);
+  if (trace != nullptr) *trace = {index, announcement.bExists, "", {}};
+  if (!announcement.bExists) return announcement;
 
-  announcement.bExists = true;
   announcement.Language = SpeechGen.GetLanguageName(lang);
   announcement.Text = SpeechGen.GetGeneralPrefix(lang) + " ";
+  if (trace != nullptr) trace->GeneralPrefix = SpeechGen.GetGeneralPrefix(lang);
   for (const auto& phrase : SpeechGen.AnnouncementAt(lang, index).Phrases) {
+    kaPhraseTrace* phraseTrace = AppendTo(trace);
     if (!phrase.Condition.empty() && !cases.IsCaseTrue(phrase.Condition)) continue;
-    AppendPhrase(announcement, phrase, content, row);
+    AppendPhrase(announcement, phrase, content, row, phraseTrace);
   }
   return announcement;
 }
 
 void CkaSpeechbuilder::AppendPhrase(kaAnnouncementText& announcement,
                                     const CkaSpeechGen::kaTTSPhrase& phrase,
-                                    const CkaRBLDataContent& content, int row) const {
+                                    const CkaRBLDataContent& content, int row,
+                                    kaPhraseTrace* trace) const {
   const std::string& lang = announcement.Language;
   std::string& text = announcement.Text;
-  switch (SpeechFormat.GetElementTrait(lang, phrase.RefId)) {
+  const std::size_t before = text.size();
+  const int trait = SpeechFormat.GetElementTrait(lang, phrase.RefId);
+  switch (trait) {
     case CkaSpeechFormat::_KASsound:
       text += PlayPrefix + SoundsPath + "/" + phrase.RefId + PlaySuffix;
       break;
@@ -197,21 +212,30 @@ void CkaSpeechbuilder::AppendPhrase(kaAnnouncementText& announcement,
       text += PlayPrefix + SteadyPath + "/" + lang + "/" + phrase.RefId + PlaySuffix;
       PrintOut("prepare steady: " + text + "\n");
       break;
-    case CkaSpeechFormat::_KAStemp:
-      text +=
-          SpeakValue(phrase, content.GetValue(row, GetRBLAttNameFromSpeechId(phrase.RefId)), lang);
+    case CkaSpeechFormat::_KAStemp: {
+      const std::string attribute = GetRBLAttNameFromSpeechId(phrase.RefId);
+      if (trace != nullptr) trace->Attribute = attribute;
+      text += SpeakValue(phrase, content.GetValue(row, attribute), lang, trace);
       break;
+    }
     default:
       break;
   }
+  if (trace == nullptr) return;
+  trace->bSpoken = true;
+  trace->Trait = trait;
+  trace->Piece = text.substr(before);
 }
 
 std::string CkaSpeechbuilder::SpeakValue(const CkaSpeechGen::kaTTSPhrase& phrase,
-                                         const std::string& value, const std::string& lang) const {
+                                         const std::string& value, const std::string& lang,
+                                         kaPhraseTrace* trace) const {
+  if (trace != nullptr) trace->Value = value;
   // Documents switch a lexicon off by a name of one character.
   const bool hasLexicon = phrase.Lexicon.size() > 1;
   return phrase.Prefix +
-         (hasLexicon ? UseLexicon(value, "./lexidata/" + lang + "/" + phrase.Lexicon) : value) +
+         (hasLexicon ? UseLexicon(value, "./lexidata/" + lang + "/" + phrase.Lexicon, trace)
+                     : value) +
          phrase.Suffix;
 }
 
@@ -220,12 +244,17 @@ std::string CkaSpeechbuilder::GetRBLAttNameFromSpeechId(const std::string& id) c
   return index < 0 ? "" : RBLDataFormat.GetAttributeNameAt(index);
 }
 
-std::string CkaSpeechbuilder::UseLexicon(const std::string& text,
-                                         const std::string& lexiconPath) const {
-  const kaLexicon* lexicon = Lexica.Load(CkaFile().GetFileNameFromShellPath(lexiconPath));
+std::string CkaSpeechbuilder::UseLexicon(const std::string& text, const std::string& lexiconPath,
+                                         kaPhraseTrace* trace) const {
+  const std::string path = CkaFile().GetFileNameFromShellPath(lexiconPath);
+  const kaLexicon* lexicon = Lexica.Load(path);
+  if (trace != nullptr) {
+    trace->LexiconPath = path;
+    trace->bLexiconLoaded = lexicon != nullptr;
+  }
   if (lexicon == nullptr) return text;
   kaMaskedText masked = MakeFreeText(text);
-  lexicon->ApplyTo(masked);
+  lexicon->ApplyTo(masked, trace == nullptr ? nullptr : &trace->Replacements);
   PrintOut(masked.Mask + masked.Text + "\n");
   return masked.Text;
 }

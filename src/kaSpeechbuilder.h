@@ -14,6 +14,8 @@
 
 class CkaCaseCheck;
 class CkaRBLDataContent;
+struct kaCompositionTrace;
+struct kaPhraseTrace;
 
 /// The announcement builder: knows the announcement document, turns received data blocks into
 /// announcement texts, has them made into speech files and rotates those into the play directory.
@@ -51,13 +53,17 @@ class CkaSpeechbuilder : public CkaSuperior {
   /// Composes the text of row `row` in language `lang` and changes nothing: what the server prints
   /// on the way is appended to `reports`, and no file is written and no engine run. \param cases
   /// has checked the row \throws std::out_of_range as CreateAnnouncements; `reports` then holds
-  /// what came before.
+  /// what came before. \param trace unless null, is replaced by how the text came about; after an
+  /// exception it holds what came before.
   kaAnnouncementText ComposeText(const CkaRBLDataContent& content, const CkaCaseCheck& cases,
-                                 int row, int lang, std::vector<kaReport>& reports) const;
+                                 int row, int lang, std::vector<kaReport>& reports,
+                                 kaCompositionTrace* trace = nullptr) const;
   /// Name of the last attribute assigned to element `id`, "" if there is none.
   std::string GetRBLAttNameFromSpeechId(const std::string& id) const;
   /// `text` with the replacements of a lexicon file; unchanged if the file cannot be loaded.
-  std::string UseLexicon(const std::string& text, const std::string& lexiconPath) const;
+  /// \param trace unless null, gets the lexicon's part in a phrase
+  std::string UseLexicon(const std::string& text, const std::string& lexiconPath,
+                         kaPhraseTrace* trace = nullptr) const;
 
   /// Makes the announcements of one received block.
   /// \return false if it is no XML, has too few rows, or lacks a required value.
@@ -95,9 +101,9 @@ class CkaSpeechbuilder : public CkaSuperior {
   void ReadConfiguration();
   bool ReadDocument(const std::string& path);
   void AppendPhrase(kaAnnouncementText& announcement, const CkaSpeechGen::kaTTSPhrase& phrase,
-                    const CkaRBLDataContent& content, int row) const;
+                    const CkaRBLDataContent& content, int row, kaPhraseTrace* trace) const;
   std::string SpeakValue(const CkaSpeechGen::kaTTSPhrase& phrase, const std::string& value,
-                         const std::string& lang) const;
+                         const std::string& lang, kaPhraseTrace* trace) const;
   std::string MakeSaveCommand(const std::string& textFile, const std::string& wavFile) const;
   void DeletePlayedSpeeches() const;
   void CopyStoredSpeeches(int rowCount) const;

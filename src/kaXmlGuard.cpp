@@ -204,6 +204,50 @@ class DeclarationLimit {
   std::size_t size_ = 0;
 };
 
+ContextPtr MakeContext(const std::string& document) {
+  ContextPtr context(xmlCreateMemoryParserCtxt(document.data(), static_cast<int>(document.size())));
+  if (context != nullptr) {
+    xmlCtxtUseOptions(context.get(), XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+  }
+  return context;
+}
+
+enum class Kind {
+  Faulty,   ///< not well-formed
+  Plain,    ///< well-formed without a document type declaration
+  Declared  ///< with one; whether it is well-formed is not known
+};
+
+void StopAtDeclaration(void* userData, const xmlChar* /*name*/, const xmlChar* /*publicId*/,
+                       const xmlChar* /*systemId*/) {
+  auto* context = static_cast<xmlParserCtxt*>(userData);
+  context->_private = context;
+  xmlStopParser(context);
+}
+
+/// Nearly all documents are plain. To see that needs no tree.
+Kind KindOf(const std::string& document) {
+  const ContextPtr context = MakeContext(document);
+  if (context == nullptr) return Kind::Faulty;
+  xmlSAXHandler& handler = *context->sax;
+  handler = {};
+  handler.initialized = XML_SAX2_MAGIC;
+  handler.internalSubset = StopAtDeclaration;
+  xmlParseDocument(context.get());
+  if (context->_private != nullptr) return Kind::Declared;
+  return context->wellFormed == 0 ? Kind::Faulty : Kind::Plain;
+}
+
+bool DeclaredExpandsWithinLimit(const std::string& document) {
+  const ContextPtr context = MakeContext(document);
+  if (context == nullptr) return false;
+  DeclarationLimit declarations(context.get());
+  xmlParseDocument(context.get());
+  if (context->wellFormed == 0 || context->myDoc == nullptr) return false;
+  if (declarations.IsExceeded()) return false;
+  return ExpandedSize(context->myDoc).OfDocument() <= kMaxExpandedXml;
+}
+
 }  // namespace
 
 kaClosedXmlWorld::kaClosedXmlWorld() {
@@ -221,14 +265,12 @@ void SilenceXmlLibrary() {
 
 bool ExpandsWithinLimit(const std::string& document) {
   const kaClosedXmlWorld closed;
-  const ContextPtr context(
-      xmlCreateMemoryParserCtxt(document.data(), static_cast<int>(document.size())));
-  if (context == nullptr) return false;
-  xmlCtxtUseOptions(context.get(), XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-  DeclarationLimit declarations(context.get());
-  xmlParseDocument(context.get());
-  if (context->wellFormed == 0 || context->myDoc == nullptr) return false;
-  if (declarations.IsExceeded()) return false;
-  if (context->myDoc->intSubset == nullptr) return true;
-  return ExpandedSize(context->myDoc).OfDocument() <= kMaxExpandedXml;
+  switch (KindOf(document)) {
+    case Kind::Plain:
+      return true;
+    case Kind::Declared:
+      return DeclaredExpandsWithinLimit(document);
+    default:
+      return false;
+  }
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -210,6 +211,21 @@ TEST_F(CaseCheck, BeginOutsideTheValueThrows) {
     EXPECT_THROW(check.CheckForRow(0), std::out_of_range) << begin << " " << end;
     EXPECT_THROW(check.CheckSubstrForRow(0, 0), std::out_of_range) << begin << " " << end;
   }
+}
+
+TEST_F(CaseCheck, PartUnderTestIsWhatTheCaseCompares) {
+  SetRows({"ICE 123", ""});
+  Definitions.SortedCases = {TextPart(0, 2, ""), TextPart(4, -1, ""), TextPart(7, -1, ""),
+                             TextPart(0, 7, ""), TextPart(3, 2, ""),  TextPart(8, -1, "")};
+  Checked.Initialize(&Definitions, &Content);
+  EXPECT_EQ(Checked.PartUnderTest(0, 0), "ICE");
+  EXPECT_EQ(Checked.PartUnderTest(0, 1), "123");
+  EXPECT_EQ(Checked.PartUnderTest(0, 2), "");
+  EXPECT_EQ(Checked.PartUnderTest(0, 3), std::nullopt) << "the value ends before the case";
+  EXPECT_EQ(Checked.PartUnderTest(0, 4), std::nullopt) << "ends before it begins";
+  EXPECT_THROW(Checked.PartUnderTest(0, 5), std::out_of_range);
+  EXPECT_EQ(Checked.PartUnderTest(1, 0), std::nullopt);
+  EXPECT_THROW(Checked.PartUnderTest(1, 1), std::out_of_range) << "an open end of a short value";
 }
 
 TEST_F(CaseCheck, PositionsCountBytes) {

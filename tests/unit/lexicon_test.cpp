@@ -1,6 +1,6 @@
 #include "kaLexicon.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <random>
 #include <string>
@@ -167,5 +167,52 @@ TEST(Lexicon, RandomLargeLexicaReplaceAsThePlainCode) {
     ApplyLexicon(masked, LexiconOf(words));
     ASSERT_EQ(masked.Text, expected.Text) << seed;
     ASSERT_EQ(masked.Mask, expected.Mask) << seed;
+  }
+}
+
+TEST(Lexicon, ReplacementsTellEntryAndPlaceInTheOrderInWhichTheyHappen) {
+  kaMaskedText masked = MakeFreeText("Hbf a Hbf");
+  std::vector<kaReplacement> replacements;
+  kaLexicon(LexiconOf({{"x", "y"}, {"Hbf", "Hauptbahnhof"}, {"a", "und"}}).ProfValues)
+      .ApplyTo(masked, &replacements);
+  EXPECT_EQ(masked.Text, "Hauptbahnhof und Hauptbahnhof");
+  EXPECT_THAT(replacements, testing::ElementsAre(kaReplacement{1, 0, "Hbf", "Hauptbahnhof"},
+                                                 kaReplacement{1, 15, "Hbf", "Hauptbahnhof"},
+                                                 kaReplacement{2, 13, "a", "und"}));
+}
+
+TEST(Lexicon, ReplacementsHaveTheSearchAfterADeletion) {
+  kaMaskedText masked = MakeFreeText("HambXXurg");
+  std::vector<kaReplacement> replacements;
+  kaLexicon(LexiconOf({{"XX", ""}, {"Hamburg", "HH"}}).ProfValues).ApplyTo(masked, &replacements);
+  EXPECT_THAT(replacements, testing::ElementsAre(kaReplacement{0, 4, "XX", ""},
+                                                 kaReplacement{1, 0, "Hamburg", "HH"}));
+}
+
+TEST(Lexicon, OccurrencesThatAreProtectedAreNoReplacements) {
+  kaMaskedText masked = MakeFreeText("ab");
+  std::vector<kaReplacement> replacements;
+  kaLexicon(LexiconOf({{"ab", "aab"}, {"a", "x"}}).ProfValues).ApplyTo(masked, &replacements);
+  EXPECT_EQ(masked.Text, "aab");
+  EXPECT_THAT(replacements, testing::ElementsAre(kaReplacement{0, 0, "ab", "aab"}));
+}
+
+/// The replacements, done one after another, lead from the text to the result.
+TEST(Lexicon, RandomReplacementsLeadToTheResult) {
+  for (unsigned int seed = 0; seed < 300; ++seed) {
+    std::mt19937 random(seed);
+    kaMaskedText masked = MakeFreeText(RandomWord(random, 100));
+    std::string replayed = masked.Text;
+    Words words;
+    for (int i = 0; i < 20; ++i)
+      words.emplace_back(RandomWord(random, 4) + "b", RandomWord(random, random() % 3));
+    std::vector<kaReplacement> replacements;
+    kaLexicon(LexiconOf(words).ProfValues).ApplyTo(masked, &replacements);
+    for (const kaReplacement& done : replacements) {
+      ASSERT_EQ(replayed.substr(done.Position, done.Word.size()), done.Word) << seed;
+      ASSERT_EQ(words.at(done.Entry), (std::pair{done.Word, done.Value})) << seed;
+      replayed.replace(done.Position, done.Word.size(), done.Value);
+    }
+    ASSERT_EQ(replayed, masked.Text) << seed;
   }
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kaCaseCheck.h"
+#include "kaCompositionTrace.h"
 #include "kaRBLDataContent.h"
 #include "kaSpeechbuilder.h"
 #include "support/capture_output.h"
@@ -72,6 +73,8 @@ class AnnouncementTest : public ::testing::Test {
 
   /// What is printed when the engine makes a text that is new.
   std::string EngineLookup() const { return station.Echo("savespeechvoxeng"); }
+
+  kaCompositionTrace TraceOf(const std::string& row);
 
   Station station;
   support::RecordingShell shell;
@@ -714,6 +717,89 @@ TEST_F(ComposeText, KeepsWhatCameBeforeAnException) {
   const support::CaptureOutput output;
   EXPECT_THROW(builder.CreateAnnouncements(*content, 1), std::out_of_range);
   EXPECT_EQ(output.Out(), "select lang 1\n") << "CreateAnnouncements has printed it by then";
+}
+
+// --- What a composition tells about itself
+
+/// The trace of the German text of a row. The text itself is that of a composition without one.
+kaCompositionTrace AnnouncementTest::TraceOf(const std::string& row) {
+  const auto content = Parse(row);
+  CkaCaseCheck cases;
+  cases.Initialize(&builder.CaseData, content.get());
+  const support::CaptureOutput quiet;
+  cases.CheckForRow(0);
+  std::vector<kaReport> plainReports;
+  std::vector<kaReport> reports;
+  kaCompositionTrace trace;
+  trace.Phrases.resize(7);
+  const auto plain = builder.ComposeText(*content, cases, 0, 0, plainReports);
+  const auto traced = builder.ComposeText(*content, cases, 0, 0, reports, &trace);
+  EXPECT_EQ(traced.bExists, plain.bExists);
+  EXPECT_EQ(traced.Text, plain.Text);
+  EXPECT_EQ(reports, plainReports);
+  std::string joined = trace.bExists ? trace.GeneralPrefix + " " : "";
+  for (const kaPhraseTrace& phrase : trace.Phrases)
+    joined += phrase.Piece;
+  EXPECT_EQ(joined, plain.Text);
+  return trace;
+}
+
+TEST_F(ComposeText, TraceHasEveryPhraseWithItsPiece) {
+  LoadPhrases(
+      "<Speech id='gong'/><Condition name='late'><Speech id='achtung'/></Condition>"
+      "<Speech id='zug' prefix='Zug ' suffix='.'/><Speech id='nichts'/>");
+  const kaCompositionTrace trace = TraceOf("<row train='ICE 1'/>");
+  EXPECT_EQ(trace.Index, 0);
+  EXPECT_TRUE(trace.bExists);
+  EXPECT_EQ(trace.GeneralPrefix, "P");
+  ASSERT_EQ(trace.Phrases.size(), 4U);
+  EXPECT_EQ(trace.Phrases[0].Trait, CkaSpeechFormat::_KASsound);
+  EXPECT_EQ(trace.Phrases[0].Piece, SoundTag("gong"));
+  EXPECT_FALSE(trace.Phrases[1].bSpoken) << "its case does not hold";
+  EXPECT_EQ(trace.Phrases[1].Piece, "");
+  EXPECT_EQ(trace.Phrases[2].Number, 2U);
+  EXPECT_EQ(trace.Phrases[2].Trait, CkaSpeechFormat::_KAStemp);
+  EXPECT_EQ(trace.Phrases[2].Attribute, "train");
+  EXPECT_EQ(trace.Phrases[2].Value, "ICE 1");
+  EXPECT_EQ(trace.Phrases[2].LexiconPath, "");
+  EXPECT_EQ(trace.Phrases[2].Piece, "Zug ICE 1.");
+  EXPECT_TRUE(trace.Phrases[3].bSpoken);
+  EXPECT_EQ(trace.Phrases[3].Trait, CkaSpeechFormat::_KASerror);
+}
+
+TEST_F(ComposeText, TraceHasAPhraseWhoseCaseHolds) {
+  LoadPhrases("<Condition name='late'><Speech id='gong'/></Condition>");
+  const kaCompositionTrace trace = TraceOf("<row train='x' delay='5'/>");
+  ASSERT_EQ(trace.Phrases.size(), 1U);
+  EXPECT_TRUE(trace.Phrases[0].bSpoken);
+  EXPECT_EQ(trace.Phrases[0].Piece, SoundTag("gong"));
+}
+
+TEST_F(ComposeText, TraceTellsWhatTheLexiconReplaced) {
+  station.Write("lexidata/de/kat.lex", "RE=\"R E\"\nICE=\"I C E\"\n");
+  LoadPhrases(
+      "<Speech id='zug' lexicon='kat.lex'/><Speech id='ziel' lexicon='none.lex'/>"
+      "<Speech id='ziel' lexicon='x'/>");
+  const kaCompositionTrace trace = TraceOf("<row train='ein ICE' dest='Ulm'/>");
+  ASSERT_EQ(trace.Phrases.size(), 3U);
+  EXPECT_EQ(trace.Phrases[0].LexiconPath, station.Sub("lexidata/de/kat.lex"));
+  EXPECT_TRUE(trace.Phrases[0].bLexiconLoaded);
+  EXPECT_THAT(trace.Phrases[0].Replacements, ElementsAre(kaReplacement{1, 4, "ICE", "I C E"}));
+  EXPECT_EQ(trace.Phrases[0].Piece, "ein I C E");
+  EXPECT_EQ(trace.Phrases[1].LexiconPath, station.Sub("lexidata/de/none.lex"));
+  EXPECT_FALSE(trace.Phrases[1].bLexiconLoaded);
+  EXPECT_EQ(trace.Phrases[1].Piece, "Ulm");
+  EXPECT_EQ(trace.Phrases[2].LexiconPath, "") << "a name of one character switches it off";
+}
+
+TEST_F(ComposeText, TraceTellsWhenTheLanguageHasNoAnnouncementForTheRow) {
+  AnnouncementDocument document = AnnouncementDocument::WithPhrases("");
+  document.Languages = "<Language name='de' generalprefix='P'/>";
+  Load(document);
+  const kaCompositionTrace trace = TraceOf("<row train='x'/>");
+  EXPECT_FALSE(trace.bExists);
+  EXPECT_EQ(trace.Index, 1);
+  EXPECT_THAT(trace.Phrases, IsEmpty());
 }
 
 }  // namespace

@@ -1,0 +1,11 @@
+#include "check/rule_groups.h"
+
+namespace tools {
+
+std::vector<RuleGroup> RuleGroups() {
+  return {
+      DocumentRules(),
+  };
+}
+
+}  // namespace tools

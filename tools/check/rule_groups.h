@@ -1,0 +1,27 @@
+#ifndef KA_TOOLS_RULE_GROUPS_H
+#define KA_TOOLS_RULE_GROUPS_H
+
+#include <span>
+#include <vector>
+
+#include "check/check_input.h"
+#include "check/rules.h"
+
+namespace tools {
+
+/// Rules of one topic and the function that looks for what they say.
+struct RuleGroup {
+  Bilingual Title;
+  std::span<const Rule> Rules;  ///< lives as long as the program
+  void (*Check)(const CheckInput& input, Report& report);
+};
+
+/// All groups in the order of the page of rules.
+std::vector<RuleGroup> RuleGroups();
+
+// The groups, one per file of this directory.
+RuleGroup DocumentRules();
+
+}  // namespace tools
+
+#endif
