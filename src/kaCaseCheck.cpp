@@ -182,7 +182,7 @@ bool CkaCaseCheck::CheckStrlenForRow(int row, int caseIndex) const {
   const int length = static_cast<int>(RBLContent->ViewValue(row, record.FirstValRef).size());
   const int reference = LeadingInteger(record.SecondVal);
   // Always ">", whatever the operator: integrators search the output for this line.
-  PrintOut("Platform case : " + std::to_string(length) + " > " + std::to_string(reference) + "\n");
+  PrintOut({"Platform case : ", std::to_string(length), " > ", std::to_string(reference), "\n"});
   return CompareNumbers(record.Operator, length, reference);
 }
 

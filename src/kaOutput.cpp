@@ -11,17 +11,29 @@ thread_local std::vector<kaReport>* tCaptured = nullptr;
 /// Whether reports of one stream that follow each other are kept as one.
 thread_local bool tJoins = false;
 
-void Keep(kaStream stream, std::string_view text) {
-  if (tJoins && !tCaptured->empty() && tCaptured->back().Stream == stream) {
-    tCaptured->back().Text += text;
-  } else {
-    tCaptured->push_back({stream, std::string(text)});
-  }
+using kaParts = std::initializer_list<std::string_view>;
+
+void Append(std::string& report, kaParts parts) {
+  for (const std::string_view part : parts)
+    report += part;
+}
+
+/// The kept report to which the parts of the next one are appended.
+std::string& KeptReport(kaStream stream) {
+  const bool joins = tJoins && !tCaptured->empty() && tCaptured->back().Stream == stream;
+  return joins ? tCaptured->back().Text : tCaptured->emplace_back(kaReport{stream, ""}).Text;
 }
 
 void Print(kaStream stream, std::string_view text) {
-  if (tCaptured != nullptr) return Keep(stream, text);
+  if (tCaptured != nullptr) return Append(KeptReport(stream), {text});
   std::fwrite(text.data(), 1, text.size(), stream == kaStream::Out ? stdout : stderr);
+}
+
+void Print(kaStream stream, kaParts parts) {
+  if (tCaptured != nullptr) return Append(KeptReport(stream), parts);
+  std::string report;
+  Append(report, parts);
+  Print(stream, std::string_view(report));
 }
 
 }  // namespace
@@ -30,16 +42,17 @@ void PrintOut(std::string_view text) {
   Print(kaStream::Out, text);
 }
 
+void PrintOut(std::initializer_list<std::string_view> parts) {
+  Print(kaStream::Out, parts);
+}
+
 void PrintErr(std::string_view text) {
   Print(kaStream::Err, text);
 }
 
 void PrintErr(std::initializer_list<std::string_view> parts) noexcept {
   try {
-    std::string report;
-    for (const std::string_view part : parts)
-      report += part;
-    PrintErr(report);
+    Print(kaStream::Err, parts);
   } catch (const std::bad_alloc&) {
     for (const std::string_view part : parts)
       std::fwrite(part.data(), 1, part.size(), stderr);

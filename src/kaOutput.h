@@ -24,6 +24,9 @@ struct kaReport {
 /// Writes `text` to standard output as it stands.
 void PrintOut(std::string_view text);
 
+/// Writes the parts of one report to standard output.
+void PrintOut(std::initializer_list<std::string_view> parts);
+
 /// Writes `text` to standard error as it stands.
 void PrintErr(std::string_view text);
 

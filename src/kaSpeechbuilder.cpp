@@ -7,6 +7,7 @@
 #include "kaCompositionTrace.h"
 #include "kaFile.h"
 #include "kaLexicon.h"
+#include "kaOnException.h"
 #include "kaRBLDataContent.h"
 #include "kaShell.h"
 #include "kaWait.h"
@@ -307,6 +308,7 @@ bool CkaSpeechbuilder::MoveSpeeches(int rowCount) const {
     return false;
   }
   DoSaveBlock(true);
+  const kaOnException unmarked([this] { std::remove(SaveBlock.c_str()); });
   DeletePlayedSpeeches();
   CopyStoredSpeeches(rowCount);
   DoSaveBlock(false);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <memory>
 #include <string_view>
 #include <unordered_set>
@@ -10,6 +11,7 @@
 #include "kaCacheManager.h"
 #include "kaFile.h"
 #include "kaLexicon.h"
+#include "kaOnException.h"
 #include "kaOutput.h"
 #include "kaShared.h"
 #include "kaShell.h"
@@ -47,6 +49,11 @@ std::uint32_t CountMessage() {
   const std::uint32_t number = static_cast<std::uint32_t>(LoadShared(MessageCounter)) + 1;
   StoreShared(MessageCounter, static_cast<std::int32_t>(number));
   return number;
+}
+
+/// Gives the device back if it is still taken for `use`.
+void GiveBack(std::int32_t& priority, std::int32_t use) {
+  if (LoadShared(priority) == use) StoreShared<std::int32_t>(priority, CkaTTSServer::kIdle);
 }
 
 void StartCacheTimer() {
@@ -156,6 +163,7 @@ bool CallBackOnClientSentInput(int /*buflen*/, void* buffer, void* pThis) {
   }
   // Urgent or not, from here on a text is being spoken; nobody sees the urgent value for long.
   StoreShared<std::int32_t>(server.Priority, CkaTTSServer::kSpeaking);
+  const kaOnException unspoken([&server] { GiveBack(server.Priority, CkaTTSServer::kSpeaking); });
   text = server.CutDelim(text, kEndOfText);
   if (!text.empty()) server.SpeakOut(text);
   const std::int32_t priority = LoadShared(server.Priority);
@@ -208,18 +216,20 @@ bool CallBackOnReceiveRBLData(int /*buflen*/, void* buffer, void* pThis) {
 bool CkaTTSServer::Play(const std::string& list) {
   if (LoadShared(Priority) != kIdle) return true;
   StoreShared<std::int32_t>(Priority, kPlaying);
+  const kaOnException unplayed([this] { GiveBack(Priority, kPlaying); });
   if (WaitWhileBlocked(kLongestRotation, [this] { return SpeechBuilder.IsSaveBlocked(); })) {
     PrintErr("Zu langer Überspielzeitraum. Abspielen wurde abgebrochen!!\n");
     // The device stays taken: stations clear a stuck rotation with an urgent text.
     return false;
   }
   SpeechBuilder.DoPlayBlock(true);
+  const kaOnException unmarked([this] { std::remove(SpeechBuilder.PlayBlock.c_str()); });
   for (const std::string& name : GetPlayList(list)) {
     // An urgent text took the device. The play marker stays, so that no rotation comes between.
     if (LoadShared(Priority) != kPlaying) return true;
     PlayIfPresent(name);
   }
-  if (LoadShared(Priority) == kPlaying) StoreShared<std::int32_t>(Priority, kIdle);
+  GiveBack(Priority, kPlaying);
   SpeechBuilder.DoPlayBlock(false);
   return true;
 }

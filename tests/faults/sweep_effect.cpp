@@ -126,6 +126,21 @@ Effect CommandNotRun() {
   return effect;
 }
 
+/// The smallest request for memory, the last that is tried for one, fails: so does the message.
+Effect OutOfMemory(unsigned port) {
+  Effect effect;
+  effect.Outcome = "reported, message lost, client answered";
+  effect.Reports = {ReportOf(port, "ERROR processing message: std::bad_alloc")};
+  effect.MayRepeat = true;
+  effect.LeavesProgramsOut = true;
+  effect.ChangesOutput = true;
+  return effect;
+}
+
+bool IsLastResort(const std::string& line) {
+  return Holds(line, "mmap(NULL, 4096, PROT_READ|PROT_WRITE, MAP_PRIVATE|MAP_ANONYMOUS, -1");
+}
+
 bool IsThread(const std::string& line) {
   return Holds(line, "CLONE_THREAD") || (Holds(line, "PROT_NONE") && Holds(line, "MAP_STACK"));
 }
@@ -175,6 +190,7 @@ Effect EffectAtWork(const Trace& trace, std::size_t hit, const Injection& inject
   if (call == "timer_settime") return TimerNotSet(injection.Error);
   if (CostsAThread(line, injection)) return TimerThreadNotCreated();
   if (IsShell(line) && !IsMissingCall(injection)) return CommandNotRun();
+  if (IsLastResort(line)) return OutOfMemory(port);
   return {};
 }
 

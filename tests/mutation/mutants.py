@@ -124,7 +124,10 @@ class Bench:
             cwd=BUILD, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         if compiled.returncode != 0:
             return "uncompilable"
-        passed = all(self.passes(test, place) for test in TESTS[file])
+        try:
+            passed = all(self.passes(test, place) for test in TESTS[file])
+        except subprocess.CalledProcessError:  # a definition has become another one
+            return "uncompilable"
         return "survived" if passed else "killed"
 
     def passes(self, test: str, place: pathlib.Path) -> bool:
@@ -132,7 +135,7 @@ class Bench:
         output = self.link[test].index("-o") + 1
         words = [*self.link[test][:output], place / test, "-fuse-ld=gold", "-Wl,-S",
                  place / "mutant.o", *self.link[test][output + 1:]]
-        subprocess.run(words, cwd=BUILD, check=True)
+        subprocess.run(words, cwd=BUILD, check=True, stderr=subprocess.DEVNULL)
         (place / "tmp").mkdir(exist_ok=True)
         process = subprocess.Popen(
             [place / test, "--gtest_brief=1", "--gtest_fail_fast"], cwd=place / "tmp",

@@ -58,12 +58,14 @@ TEST(Output, PartsOfAReportAreOneReport) {
               PrintErr({"Port: ", "5701", "", " --- text\n"});
             }),
             OnlyErr("Port: 5701 --- text\n"));
+  EXPECT_EQ(OutputOf([] { PrintOut({"one ", "", "report\n"}); }), OnlyOut("one report\n"));
   std::vector<kaReport> reports;
   {
     const kaOutputCapture capture(reports);
     PrintErr({"one ", "report"});
+    PrintOut({"another ", "one"});
   }
-  EXPECT_THAT(reports, ElementsAre(ErrReport("one report")));
+  EXPECT_THAT(reports, ElementsAre(ErrReport("one report"), OutReport("another one")));
 }
 
 TEST(Output, ReportsOfSeveralThreadsDoNotMix) {
@@ -169,9 +171,9 @@ TEST(JoinedOutput, WritesEverythingInItsOrderAtItsEnd) {
     {
       const kaJoinedOutput joined;
       PrintOut("a");
-      PrintOut("b");
+      PrintOut({"", "b"});
       PrintErr("c");
-      PrintOut("d");
+      PrintOut({"d"});
       EXPECT_THAT(reports, IsEmpty());
     }
   }

@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 
@@ -140,19 +141,23 @@ class RefusedMemory : public FaultTest, public testing::WithParamInterface<Messa
       SendWithout(n, allFollowing);
     std::cout << tried << " of " << requests << " requests for memory were refused\n";
     ASSERT_TRUE(server().IsRunning()) << Describe(server().AwaitEnd()) << "\n" << Err();
-    FreeTheDevice();
     ExpectOtherPortsServe();
     EXPECT_EQ(AskData(Block({"ICE 1"})), kReceived);
     EXPECT_EQ(StoredText("de0"), "DE Zug ICE 1");
+    ExpectTheDeviceIsFree();
     ExpectNoDescriptorIsLeft();
   }
 
  private:
-  /// A message that was given up half-way leaves the device and the play marker as they were: an
-  /// urgent text and the end of a play list free them.
-  void FreeTheDevice() const {
-    EXPECT_EQ(AskText("!u"), kReceived);
-    EXPECT_EQ(AskCommand("niemand"), kReceived);
+  /// What a message had taken that was given up half-way, was given back.
+  void ExpectTheDeviceIsFree() {
+    const std::string playDirectory = stage().Play();
+    std::ofstream(playDirectory + "/gong.wav") << "sound";
+    stubs().ForgetCalls();
+    EXPECT_EQ(AskCommand("gong"), kReceived);
+    EXPECT_EQ(stubs().CallsOf("aplay").size(), 1U);
+    EXPECT_FALSE(std::filesystem::exists(playDirectory + "/playblock"));
+    EXPECT_FALSE(std::filesystem::exists(playDirectory + "/saveblock"));
   }
 
   MemoryPlan* plan_;
