@@ -104,7 +104,8 @@ void SampleValues::AddLexicon(const std::string& attribute, const std::string& f
   CkaProfile lexicon;
   Silently([&] { lexicon.Initialize(file); });
   for (const CkaProfile::ProfileEntry& entry : lexicon.ProfValues) {
-    if (IsAscii(entry.var)) continue;
+    // A single character stands for one between words, not for a value.
+    if (IsAscii(entry.var) || CharacterCount(entry.var) == 1) continue;
     examples_.emplace(attribute, entry.var);
     return;
   }
