@@ -12,6 +12,7 @@ namespace toolstest {
 ///
 ///   expected   a line "FILE[:LINE[:COLUMN]] RULE" per finding; empty for none
 ///   prepare    optional: run by `sh -eu` in the staged station, after all files are copied
+///   directory  optional: the name of a directory that the script makes; it is checked instead
 ///   the rest   files of the station that are other than in the demo station
 struct RuleFixture {
   std::string Rule;

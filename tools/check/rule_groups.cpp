@@ -4,7 +4,8 @@ namespace tools {
 
 std::vector<RuleGroup> RuleGroups() {
   return {
-      DocumentRules(),
+      DocumentRules(),  ConfigurationRules(), NumberRules(),  EngineRules(), ShellRules(),
+      DirectoryRules(), SoundRules(),         LexiconRules(), BlockRules(),  CatalogueRules(),
   };
 }
 

@@ -21,6 +21,15 @@ std::vector<RuleGroup> RuleGroups();
 
 // The groups, one per file of this directory.
 RuleGroup DocumentRules();
+RuleGroup ConfigurationRules();
+RuleGroup NumberRules();
+RuleGroup EngineRules();
+RuleGroup ShellRules();
+RuleGroup DirectoryRules();
+RuleGroup SoundRules();
+RuleGroup LexiconRules();
+RuleGroup BlockRules();
+RuleGroup CatalogueRules();
 
 }  // namespace tools
 
