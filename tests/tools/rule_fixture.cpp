@@ -28,6 +28,12 @@ void Prepare(const DemoStation& station) {
   }
 }
 
+/// The station's directory or, if the fixture names one, a directory in it.
+std::string DirectoryOf(const DemoStation& station) {
+  const std::string name = support::ReadFile(station.Sub("directory"));
+  return name.empty() ? station.Dir() : station.Sub(name.substr(0, name.find('\n')));
+}
+
 std::string LineOf(const nlohmann::json& finding) {
   std::string line = finding.at("file");
   for (const char* number : {"line", "column"}) {
@@ -52,17 +58,18 @@ std::vector<std::string> RuleFixture::Expected() const {
   return lines;
 }
 
-void RuleFixture::Stage(const DemoStation& station) const {
+std::string RuleFixture::Stage(const DemoStation& station) const {
   station.Overlay(Path());
   Prepare(station);
-  for (const char* own : {"expected", "prepare"})
+  const std::string directory = DirectoryOf(station);
+  for (const char* own : {"expected", "prepare", "directory"})
     fs::remove(station.Sub(own));
+  return directory;
 }
 
 std::vector<std::string> RuleFixture::Found() const {
   const DemoStation station;
-  Stage(station);
-  const Ended ended = RunTool({"check", "--station", station.Dir(), "--json"});
+  const Ended ended = RunTool({"check", "--station", Stage(station), "--json"});
   if (ended.Status != 0 && ended.Status != 1) throw std::runtime_error(ended.Err);
   std::vector<std::string> lines;
   const nlohmann::json report = nlohmann::json::parse(ended.Out);

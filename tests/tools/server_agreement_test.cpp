@@ -80,8 +80,7 @@ class ServerAgreement : public ::testing::TestWithParam<RuleFixture> {};
 /// nowhere else.
 TEST_P(ServerAgreement, DoesWhatTheRuleSays) {
   const DemoStation demo;
-  GetParam().Stage(demo);
-  EXPECT_EQ(OutcomeOf(demo.Dir()), ExpectedOutcome(GetParam()));
+  EXPECT_EQ(OutcomeOf(GetParam().Stage(demo)), ExpectedOutcome(GetParam()));
 }
 
 std::string TestName(const ::testing::TestParamInfo<RuleFixture>& info) {

@@ -32,6 +32,15 @@ RuleGroup PartRules();
 RuleGroup ByteRules();
 RuleGroup UnusedRules();
 RuleGroup UnusedFileRules();
+RuleGroup ConfigurationRules();
+RuleGroup NumberRules();
+RuleGroup EngineRules();
+RuleGroup ShellRules();
+RuleGroup DirectoryRules();
+RuleGroup SoundRules();
+RuleGroup LexiconRules();
+RuleGroup BlockRules();
+RuleGroup CatalogueRules();
 
 }  // namespace tools
 
