@@ -6,6 +6,7 @@
 #include "common/cannot_run.h"
 #include "common/command.h"
 #include "common/station.h"
+#include "coverage/coverage_command.h"
 
 namespace {
 
@@ -19,6 +20,7 @@ constexpr Bilingual kVersion = {"zeigt die Version", "shows the version"};
 
 void AddCommands(CLI::App& app, tools::Context& context) {
   tools::AddCheckCommand(app, context);
+  tools::AddCoverageCommand(app, context);
 }
 
 /// Runs the command line. CLI11 has a status for each kind of bad usage; here they are one.
