@@ -6,6 +6,7 @@
 #include "common/cannot_run.h"
 #include "common/command.h"
 #include "common/station.h"
+#include "coverage/coverage_command.h"
 #include "words/words_command.h"
 
 namespace {
@@ -20,6 +21,7 @@ constexpr Bilingual kVersion = {"zeigt die Version", "shows the version"};
 
 void AddCommands(CLI::App& app, tools::Context& context) {
   tools::AddCheckCommand(app, context);
+  tools::AddCoverageCommand(app, context);
   tools::AddWordsCommand(app, context);
 }
 
