@@ -75,7 +75,8 @@ std::size_t LargestRow(const CkaRBLDataFormat& format, const Lengths& longest) {
 void CheckLargest(const CheckInput& input, const std::vector<SampleBlock>& blocks, Report& report) {
   constexpr std::string_view kFrame = "<rbl>\n</rbl>\n";
   const Element* format = input.Document->Format();
-  if (format == nullptr || !format->Has("maxrows")) return;
+  // A negative number, which the server takes for a huge one, is a finding of its own.
+  if (format == nullptr || !format->Has("maxrows") || format->Number("maxrows") < 0) return;
   const unsigned int rows = input.Readers->Format.GetMaxRows();
   const std::size_t row = LargestRow(input.Readers->Format, LongestValues(blocks));
   const std::size_t size = kFrame.size() + rows * row;
