@@ -6,6 +6,8 @@
 #include "common/cannot_run.h"
 #include "common/command.h"
 #include "common/station.h"
+#include "preview/preview_command.h"
+#include "test/test_command.h"
 
 namespace {
 
@@ -19,6 +21,8 @@ constexpr Bilingual kVersion = {"zeigt die Version", "shows the version"};
 
 void AddCommands(CLI::App& app, tools::Context& context) {
   tools::AddCheckCommand(app, context);
+  tools::AddPreviewCommand(app, context);
+  tools::AddTestCommand(app, context);
 }
 
 /// Runs the command line. CLI11 has a status for each kind of bad usage; here they are one.
