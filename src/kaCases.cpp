@@ -106,8 +106,10 @@ bool CkaCases::GetCaseData() {
 }
 
 int CkaCases::ReadUnrelated() {
+  std::size_t element = 0;
   for (xmlpp::Node* node : FindNodes(pAssemNode, "Case")) {
     kaCaseStruct record;
+    record.Element = element++;
     bool accepted = false;
     if (AttributeExists(node, "substr")) {
       record.Type = _CS_SUBSTR;
@@ -124,9 +126,12 @@ int CkaCases::ReadUnrelated() {
 int CkaCases::ReadRelated() {
   std::vector<kaCaseStruct> operations;
   OperationOrder order;
+  std::size_t element = 0;
   for (xmlpp::Node* node : FindNodes(pAssemNode, "Case")) {
+    const std::size_t number = element++;
     if (ExistsIdInDoneCases(GetAttributeValue(node, "id"))) continue;  // simple cases, above all
-    const kaCaseStruct& operation = operations.emplace_back(ReadOperation(node));
+    kaCaseStruct& operation = operations.emplace_back(ReadOperation(node));
+    operation.Element = number;
     std::vector<std::string> missing;
     std::copy_if(operation.CaseRefs.begin(), operation.CaseRefs.end(), std::back_inserter(missing),
                  [this](const std::string& ref) { return !ExistsIdInDoneCases(ref); });

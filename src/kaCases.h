@@ -1,6 +1,7 @@
 #ifndef KA_CASES_H
 #define KA_CASES_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <unordered_set>
@@ -47,6 +48,7 @@ class CkaCases : public CkaNavigateXML {
     std::int32_t TreatAs = kUnset;
     std::int32_t Operator = kUnset;
     std::vector<std::string> CaseRefs;
+    std::size_t Element = 0;  ///< number of its element among the "Case" children, from 0
   };
 
   CkaCases();

@@ -48,13 +48,18 @@ bool CkaSpeechGen::DoesAnnouncementExists(int lang, int position) const {
                      [position](const kaTTSAnnouncement& a) { return a.Position == position; });
 }
 
-bool CkaSpeechGen::GetAnnouncementIndex(int lang, int position) const {
+int CkaSpeechGen::FindAnnouncement(int lang, int position) const {
   const auto& announcements = LanguageAt(lang).Announcements;
   const auto match = std::find_if(announcements.begin(), announcements.end(),
                                   [position](const kaTTSAnnouncement& a) {
                                     return position == a.Position || position <= a.PositionMax;
                                   });
-  return match == announcements.end() || match->Position != 0;
+  return match == announcements.end() ? -1 : static_cast<int>(match - announcements.begin());
+}
+
+bool CkaSpeechGen::GetAnnouncementIndex(int lang, int position) const {
+  const int match = FindAnnouncement(lang, position);
+  return match < 0 || AnnouncementAt(lang, match).Position != 0;
 }
 
 CkaSpeechGen::kaTTSAnnouncement CkaSpeechGen::AccessAnnouncement(int lang, int index) const {

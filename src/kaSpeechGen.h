@@ -44,6 +44,9 @@ class CkaSpeechGen : public CkaNavigateXML {
   int GetAnnouncementCount(int lang) const;
   /// Whether an announcement has exactly this Position; PositionMax does not count.
   bool DoesAnnouncementExists(int lang, int position) const;
+  /// List index of the first announcement with position == Position or position <= PositionMax, -1
+  /// if there is none.
+  int FindAnnouncement(int lang, int position) const;
   /// A truth value that callers take as the list index 0 or 1: whether the first announcement with
   /// position == Position or position <= PositionMax has another Position than 0; true if there is
   /// none. Announcement documents are written for it: first row in full, further rows short.

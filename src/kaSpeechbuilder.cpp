@@ -130,24 +130,46 @@ bool CkaSpeechbuilder::DoSaveBlock(bool block) const {
 
 bool CkaSpeechbuilder::GenerateNewSpeeches(std::string& data) {
   CkaRBLDataContent content;
-  if (!content.Initialize(data, false, true)) return false;
+  int used = 0;
+  return ReadBlock(data, content, used) == kaBlockState::Complete &&
+         CreateAnnouncements(content, used);
+}
+
+kaBlockState CkaSpeechbuilder::ReadBlock(const std::string& data, CkaRBLDataContent& content,
+                                         int& rowCount) const {
+  if (!content.Initialize(data, false, true)) return kaBlockState::NoXml;
   content.ReadContent();
   const auto rows = static_cast<unsigned int>(content.GetRowCount());
-  if (rows < RBLDataFormat.GetMinRows()) return false;
-  const int used = static_cast<int>(std::min(rows, RBLDataFormat.GetMaxRows()));
-  return CheckDataValidity(content, used) && CreateAnnouncements(content, used);
+  rowCount = static_cast<int>(std::min(rows, RBLDataFormat.GetMaxRows()));
+  if (rows < RBLDataFormat.GetMinRows()) return kaBlockState::TooFewRows;
+  return CheckDataValidity(content, rowCount) ? kaBlockState::Complete : kaBlockState::ValueMissing;
 }
 
 bool CkaSpeechbuilder::CheckDataValidity(CkaRBLDataContent& content, int rowCount) const {
   PrintOut("CheckDataValidity\n");
-  bool valid = true;
   for (int row = 0; row < rowCount; ++row) {
-    for (int i = 0; i < RBLDataFormat.GetAttributeCount(); ++i) {
-      if (!RBLDataFormat.IsAttributeRequiredAt(i)) continue;
-      if (content.GetValue(row, RBLDataFormat.GetAttributeNameAt(i)).empty()) valid = false;
-    }
+    for (int i = 0; i < RBLDataFormat.GetAttributeCount(); ++i)
+      if (IsValueMissing(content, row, i)) return false;
   }
-  return valid;
+  return true;
+}
+
+std::vector<kaMissingValue> CkaSpeechbuilder::FindMissingValues(const CkaRBLDataContent& content,
+                                                                int rowCount) const {
+  std::vector<kaMissingValue> missing;
+  for (int row = 0; row < rowCount; ++row) {
+    for (int i = 0; i < RBLDataFormat.GetAttributeCount(); ++i)
+      if (IsValueMissing(content, row, i)) {
+        missing.push_back({row, RBLDataFormat.GetAttributeNameAt(i)});
+      }
+  }
+  return missing;
+}
+
+bool CkaSpeechbuilder::IsValueMissing(const CkaRBLDataContent& content, int row,
+                                      int attribute) const {
+  return RBLDataFormat.IsAttributeRequiredAt(attribute) &&
+         content.GetValue(row, RBLDataFormat.GetAttributeNameAt(attribute)).empty();
 }
 
 bool CkaSpeechbuilder::CreateAnnouncements(CkaRBLDataContent& content, int rowCount) {

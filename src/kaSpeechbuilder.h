@@ -17,6 +17,20 @@ class CkaRBLDataContent;
 struct kaCompositionTrace;
 struct kaPhraseTrace;
 
+/// What becomes of a received block.
+enum class kaBlockState {
+  Complete,      ///< announcements are made of it
+  NoXml,         ///< refused: not well-formed, or it would expand too far
+  TooFewRows,    ///< refused
+  ValueMissing,  ///< refused: a required attribute has no value
+};
+
+/// A required attribute without a value.
+struct kaMissingValue {
+  int Row = 0;
+  std::string Attribute;
+};
+
 /// The announcement builder: knows the announcement document, turns received data blocks into
 /// announcement texts, has them made into speech files and rotates those into the play directory.
 class CkaSpeechbuilder : public CkaSuperior {
@@ -44,6 +58,12 @@ class CkaSpeechbuilder : public CkaSuperior {
   bool DoPlayBlock(bool block) const;
   bool DoSaveBlock(bool block) const;
 
+  /// Reads a received block. \param content is fresh and gets its rows \param rowCount gets how
+  /// many rows announcements are made of
+  kaBlockState ReadBlock(const std::string& data, CkaRBLDataContent& content, int& rowCount) const;
+  /// The required attributes that have no value in the first `rowCount` rows, by row.
+  std::vector<kaMissingValue> FindMissingValues(const CkaRBLDataContent& content,
+                                                int rowCount) const;
   /// Whether every required attribute has a value in each of the first `rowCount` rows.
   bool CheckDataValidity(CkaRBLDataContent& content, int rowCount) const;
   /// Builds and saves the announcements of the first `rowCount` rows in every language, then
@@ -100,6 +120,7 @@ class CkaSpeechbuilder : public CkaSuperior {
  private:
   void ReadConfiguration();
   bool ReadDocument(const std::string& path);
+  bool IsValueMissing(const CkaRBLDataContent& content, int row, int attribute) const;
   void AppendPhrase(kaAnnouncementText& announcement, const CkaSpeechGen::kaTTSPhrase& phrase,
                     const CkaRBLDataContent& content, int row, kaPhraseTrace* trace) const;
   std::string SpeakValue(const CkaSpeechGen::kaTTSPhrase& phrase, const std::string& value,

@@ -31,8 +31,7 @@ constexpr int kBacklog = 5;
 constexpr int kBufferLengthOnTheWire = 40;
 constexpr std::string_view kAnswer = "received\n";
 
-using Buffer = std::array<char, 12000>;
-constexpr std::size_t kLongestMessage = Buffer().size() - 1;
+using Buffer = std::array<char, kLongestMessage + 1>;
 
 /// The local time as "Sat Nov 21 19:23:00 2026", without taking memory.
 class TimeStamp {

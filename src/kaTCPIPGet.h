@@ -3,6 +3,7 @@
 
 #include <pthread.h>
 
+#include <cstddef>
 #include <cstdint>
 
 #include "kaSuperior.h"
@@ -13,6 +14,9 @@
 /// \param pThis the owner given to OpenServerThread
 /// \return not looked at
 using kaCallBack = bool (*)(int buflen, void* buffer, void* pThis);
+
+/// Bytes of a message that are read; what comes behind them is lost.
+constexpr std::size_t kLongestMessage = 11999;
 
 /// What a listener's thread gets.
 struct kaSockData {

@@ -36,6 +36,11 @@ void KillPlayers() {
   RunShellCommand("killall -9 play");
 }
 
+/// `text` up to the first `delim`, whole if there is none.
+std::string Before(const std::string& text, const std::string& delim) {
+  return text.substr(0, text.find(delim));
+}
+
 /// A data block up to the end of its last tag: what senders add behind it (line ends, filler bytes)
 /// is dropped. Without a tag the text stays whole.
 std::string CutAfterLastTag(const std::string& text) {
@@ -193,15 +198,19 @@ bool CkaTTSServer::SpeakOut(char* text) {
 }
 
 std::string CkaTTSServer::CutDelim(const std::string& text, const std::string& delim) const {
-  return text.substr(0, text.find(delim));
+  return Before(text, delim);
 }
 
 // ---- Data blocks ----
 
+std::string UsedPartOfBlock(const std::string& message) {
+  return Before(CutAfterLastTag(message), kEndOfText);
+}
+
 bool CallBackOnReceiveRBLData(int /*buflen*/, void* buffer, void* pThis) {
   auto& server = *static_cast<CkaTTSServer*>(pThis);
   const std::string number = std::to_string(CountMessage());
-  std::string data = server.CutDelim(CutAfterLastTag(static_cast<const char*>(buffer)), kEndOfText);
+  std::string data = UsedPartOfBlock(static_cast<const char*>(buffer));
   if (server.SpeechBuilder.GenerateNewSpeeches(data)) {
     PrintOut("Meldung Nr. " + number + " --- Meldung OK \n");
     StartCacheTimer();

@@ -106,6 +106,9 @@ bool CallBackOnReceiveRBLData(int buflen, void* buffer, void* pThis);
 /// Carries out a command or a play list of the command port. Always true.
 bool CallBackOnReceiveCommand(int buflen, void* buffer, void* pThis);
 
+/// What is used of a message of the RBL port: all up to the end of its last tag and up to "///".
+std::string UsedPartOfBlock(const std::string& message);
+
 /// The application object, set by its constructor before anything else. Null in tools.
 extern CkaTTSServer* AppRef;
 /// Owned; null until the listeners are open. Read through LoadShared.

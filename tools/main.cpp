@@ -7,6 +7,8 @@
 #include "common/command.h"
 #include "common/station.h"
 #include "coverage/coverage_command.h"
+#include "preview/preview_command.h"
+#include "test/test_command.h"
 #include "words/words_command.h"
 
 namespace {
@@ -22,6 +24,8 @@ constexpr Bilingual kVersion = {"zeigt die Version", "shows the version"};
 void AddCommands(CLI::App& app, tools::Context& context) {
   tools::AddCheckCommand(app, context);
   tools::AddCoverageCommand(app, context);
+  tools::AddPreviewCommand(app, context);
+  tools::AddTestCommand(app, context);
   tools::AddWordsCommand(app, context);
 }
 

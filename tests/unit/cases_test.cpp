@@ -305,6 +305,17 @@ TEST_F(Cases, SimpleCasesWithOneIdAreAllKept) {
   EXPECT_EQ(Document.GetFirstValRefAt(0) + Document.GetFirstValRefAt(1), "ab");
 }
 
+TEST_F(Cases, CasesKnowTheNumberOfTheirElement) {
+  ASSERT_TRUE(
+      Read(Operation("op", {"s"}) + "<Case id='bad' substr='a' operator='none'/>" + kSimple));
+  ASSERT_EQ(Document.GetCaseCount(), 3);
+  EXPECT_EQ(Document.GetCaseAt(0).Id, "s");
+  EXPECT_EQ(Document.GetCaseAt(0).Element, 2U);
+  EXPECT_EQ(Document.GetCaseAt(1).Id, "op");
+  EXPECT_EQ(Document.GetCaseAt(1).Element, 0U);
+  EXPECT_EQ(Document.GetCaseAt(2).Element, 1U);
+}
+
 TEST_F(Cases, ReadForSubstrAndReadForStrlenFillARecord) {
   ASSERT_TRUE(Document.Initialize(DocumentOf(SubstrCase("type='string' operator='has'") + kSimple),
                                   false, true));

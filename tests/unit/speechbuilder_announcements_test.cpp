@@ -129,6 +129,37 @@ TEST_F(CheckDataValidity, DoesNotCountRows) {
       << "more than the largest";
 }
 
+using FindMissingValues = AnnouncementTest;
+
+TEST_F(FindMissingValues, TellsRowsAndAttributesInTheirOrder) {
+  Load({});
+  const auto content = Parse("<row train='a'/><row train=''/><row dest='Ulm'/>");
+  const auto missing = builder.FindMissingValues(*content, 3);
+  ASSERT_EQ(missing.size(), 2U);
+  EXPECT_EQ(missing[0].Row, 1);
+  EXPECT_EQ(missing[0].Attribute, "train");
+  EXPECT_EQ(missing[1].Row, 2);
+  EXPECT_TRUE(builder.FindMissingValues(*content, 1).empty());
+}
+
+using ReadBlock = AnnouncementTest;
+
+TEST_F(ReadBlock, TellsWhatBecomesOfABlock) {
+  Load({});
+  const support::CaptureOutput quiet;
+  const auto stateOf = [this](const std::string& block, int usedRows) {
+    CkaRBLDataContent content;
+    int rows = 0;
+    const kaBlockState state = builder.ReadBlock(block, content, rows);
+    EXPECT_EQ(rows, usedRows) << block;
+    return state;
+  };
+  EXPECT_EQ(stateOf("<b><row train='a'/></b>", 1), kaBlockState::Complete);
+  EXPECT_EQ(stateOf("<b><row train='a'/><row/></b>", 2), kaBlockState::ValueMissing);
+  EXPECT_EQ(stateOf("<b/>", 0), kaBlockState::TooFewRows);
+  EXPECT_EQ(stateOf("<b>", 0), kaBlockState::NoXml);
+}
+
 // --- Announcements of a block
 
 TEST_F(CreateAnnouncements, EveryRowIsSavedInEveryLanguageInTheirOrder) {

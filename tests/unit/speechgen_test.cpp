@@ -226,6 +226,16 @@ TEST_F(SpeechGen, AnnouncementIndexIsATruthValue) {
   }
 }
 
+TEST_F(SpeechGen, FindsTheFirstAnnouncementThatFits) {
+  ReadAnnouncements(
+      "<Announcement position='0'/><Announcement position='4' positionMax='6'/>"
+      "<Announcement position='5'/>");
+  EXPECT_EQ(Gen.FindAnnouncement(0, 0), 0);
+  EXPECT_EQ(Gen.FindAnnouncement(0, 1), 1);
+  EXPECT_EQ(Gen.FindAnnouncement(0, 5), 1);
+  EXPECT_EQ(Gen.FindAnnouncement(0, 7), -1);
+}
+
 TEST_F(SpeechGen, AnyLowerPositionMatchesTheFirstAnnouncement) {
   ReadAnnouncements("<Announcement position='4' positionMax='9'/><Announcement position='0'/>");
   for (const int position : {-100, 0, 3, 9}) {
@@ -249,6 +259,7 @@ TEST_F(SpeechGen, IndexOutsideTheListsThrows) {
     EXPECT_THROW(Gen.GetGeneralPrefix(index), std::out_of_range);
     EXPECT_THROW(Gen.GetAnnouncementCount(index), std::out_of_range);
     EXPECT_THROW(Gen.DoesAnnouncementExists(index, 0), std::out_of_range);
+    EXPECT_THROW(Gen.FindAnnouncement(index, 0), std::out_of_range);
     EXPECT_THROW(Gen.GetAnnouncementIndex(index, 0), std::out_of_range);
     EXPECT_THROW(Gen.AccessAnnouncement(index, 0), std::out_of_range);
     EXPECT_THROW(Gen.AccessAnnouncement(0, index), std::out_of_range);

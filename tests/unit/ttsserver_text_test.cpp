@@ -233,6 +233,13 @@ TEST_F(CutDelim, GivesTheTextUpToTheFirstDelimiter) {
   EXPECT_EQ(server->CutDelim("a,b", ","), "a");
 }
 
+TEST(UsedPartOfBlock, EndsBehindTheLastTagAndAtThreeSlashes) {
+  EXPECT_EQ(UsedPartOfBlock("<a></a>\r\nfiller"), "<a></a>");
+  EXPECT_EQ(UsedPartOfBlock("<a b='///'/>"), "<a b='");
+  EXPECT_EQ(UsedPartOfBlock("no tag"), "no tag");
+  EXPECT_EQ(UsedPartOfBlock(""), "");
+}
+
 TEST_F(CutDelim, GivesTheWholeTextWithoutOne) {
   EXPECT_EQ(server->CutDelim("a//b/", "///"), "a//b/");
   EXPECT_EQ(server->CutDelim("", "///"), "");

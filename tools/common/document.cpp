@@ -1,12 +1,12 @@
 #include "common/document.h"
 
 #include <libxml/valid.h>
-#include <libxml/xmlerror.h>
 
 #include <algorithm>
 #include <iterator>
 #include <utility>
 
+#include "common/first_xml_error.h"
 #include "common/station.h"
 #include "kaNavigateXML.h"
 
@@ -20,31 +20,6 @@ constexpr Bilingual kUnreadable = {"kann nicht als Ansagedokument gelesen werden
 std::string_view View(const xmlChar* text) {
   return text == nullptr ? "" : reinterpret_cast<const char*>(text);
 }
-
-/// While it lives, keeps the first error of the XML library: those that follow come of it.
-class FirstXmlError {
- public:
-  FirstXmlError() { xmlSetStructuredErrorFunc(this, Keep); }
-  ~FirstXmlError() { xmlSetStructuredErrorFunc(nullptr, nullptr); }
-  FirstXmlError(const FirstXmlError&) = delete;
-  FirstXmlError& operator=(const FirstXmlError&) = delete;
-
-  SourcePosition At() const { return at_; }
-  const std::string& Reason() const { return reason_; }
-
- private:
-  static void Keep(void* self, xmlErrorPtr error) {
-    auto* first = static_cast<FirstXmlError*>(self);
-    if (!first->reason_.empty() || error->level < XML_ERR_ERROR || error->message == nullptr)
-      return;
-    first->at_ = {error->line, error->int2};
-    first->reason_ = error->message;
-    first->reason_.erase(first->reason_.find_last_not_of('\n') + 1);
-  }
-
-  SourcePosition at_;
-  std::string reason_;
-};
 
 /// Builds the elements from a document that the server's code has parsed: names, values and texts
 /// are what its readers get.
