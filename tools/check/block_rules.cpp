@@ -36,7 +36,8 @@ constexpr Rule kLargestTooLarge = {
                 "a block of {0} rows can have {1} bytes"},
     .Effect = {"Er liest nur die ersten {2} Bytes und lehnt einen größeren Block ganz ab.",
                "It reads the first {2} bytes only and refuses a larger block as a whole."},
-    .Advice = {"maxrows=\"{3}\" oder weniger", "maxrows=\"{3}\" or less"},
+    .Advice = {"maxrows=\"{3}\" oder weniger, oder weniger Attribute",
+               "maxrows=\"{3}\" or less, or fewer attributes"},
     .Explanation = {
         "Der größte Block ist geschätzt: maxrows Zeilen mit allen Attributen, jedes mit dem "
         "längsten Wert, den es in den Beispielen im Verzeichnis blocks hat.",
