@@ -1,18 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
-#include <regex>
 #include <sstream>
-#include <stdexcept>
-#include <utility>
 
 #include "kaCases.h"
 #include "kaRBLDataContent.h"
 #include "kaRBLDataFormat.h"
 #include "kaSpeechFormat.h"
 #include "kaSpeechGen.h"
+#include "page_commands.h"
 #include "schema_files.h"
 #include "support/station.h"
 #include "xml_schema.h"
@@ -337,51 +334,13 @@ TEST(SchemaReference, ByTheCatalogueLeadsToBothSchemas) {
 
 // ---- The how-to ----
 
-/// Commands of the how-to's console blocks, each with what it is to print.
-std::vector<std::pair<std::string, std::string>> CommandsOf(const std::string& document) {
-  std::vector<std::pair<std::string, std::string>> commands;
-  for (const std::string& block : PartsOf(document, "```console\n", "\n```")) {
-    std::istringstream lines(block);
-    std::string line;
-    std::getline(lines, line);
-    while (std::getline(lines, line) && line != "```") {
-      if (line.starts_with("$ ")) {
-        commands.emplace_back(line.substr(2), "");
-      } else {
-        commands.at(commands.size() - 1).second += line + "\n";
-      }
-    }
-  }
-  return commands;
-}
-
-/// What a shell command prints on both streams.
-std::string OutputOf(const std::string& directory, const std::string& command) {
-  const std::string line = "cd '" + directory + "' && { " + command + "; } 2>&1";
-  std::FILE* pipe = popen(line.c_str(), "r");
-  if (pipe == nullptr) throw std::runtime_error("no shell");
-  std::string output;
-  for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe))
-    output += static_cast<char>(c);
-  pclose(pipe);
-  return output;
-}
-
-/// The demo station grows: its line numbers are no matter.
-std::string WithoutLineNumbers(const std::string& output) {
-  return std::regex_replace(output, std::regex(":[0-9]+:"), ":LINE:");
-}
-
 TEST(SchemaHowTo, CommandsPrintWhatItSays) {
   const support::TempDir dir;
   for (const char* name : {"schema", "announcements"})
     fs::copy(SourcePath(name), dir.Sub(name), fs::copy_options::recursive);
-  const auto commands = CommandsOf(Source("docs/schema.md"));
-  EXPECT_GE(commands.size(), 3U);
-  for (const auto& [command, expected] : commands) {
-    const std::string output = OutputOf(dir.Path(), command);
-    EXPECT_EQ(WithoutLineNumbers(output), WithoutLineNumbers(expected)) << command;
-  }
+  PageCommands page("docs/schema.md", dir.Path());
+  page.Ignore(":[0-9]+:", ":LINE:");  // The demo station grows.
+  EXPECT_GE(page.ExpectWhatIsShown(), 3U);
 }
 
 }  // namespace

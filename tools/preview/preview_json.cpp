@@ -168,12 +168,13 @@ ordered_json RefusalOf(const BlockPreview& preview, const Preview& source) {
       break;
   }
   if (preview.IsGivenUp()) json["row"] = preview.FailedRow;
-  if (preview.Failed)
+  if (preview.Failed) {
     json["case"] = {{"name", preview.Failed->Name},
                     {"line", preview.Failed->Line},
                     {"begin", preview.Failed->Case.Begin},
                     {"attribute", preview.Failed->Case.FirstValRef},
                     {"value", preview.Failed->Value}};
+  }
   if (preview.Result == Outcome::AnnouncementMissing) {
     json["language"] = source.Builder().SpeechGen.GetLanguageName(preview.FailedLanguage);
   }

@@ -192,7 +192,7 @@ class PreviewPrinter {
   std::string Words(const Bilingual& words) const { return std::string(words(style_.Lang)); }
 
   void AddLine(int depth, const std::string& line) {
-    lines_.append(static_cast<std::size_t>(2 * depth), ' ').append(line).append("\n");
+    lines_.append(2 * static_cast<std::size_t>(depth), ' ').append(line).append("\n");
   }
 
   void AddText(const ComposedText& text, bool isOverwritten) {

@@ -69,16 +69,18 @@ StationMarks::StationMarks(const CkaSpeechbuilder& builder)
 }
 
 ExpectedTexts StationMarks::WithMarks(ExpectedTexts texts) const {
-  for (ExpectedTexts::Text& text : texts.Texts)
+  for (ExpectedTexts::Text& text : texts.Texts) {
     for (const Mark& mark : marks_)
       ReplaceAll(text.Said, mark.Directory, mark.Name);
+  }
   return texts;
 }
 
 ExpectedTexts StationMarks::WithDirectories(ExpectedTexts texts) const {
-  for (ExpectedTexts::Text& text : texts.Texts)
+  for (ExpectedTexts::Text& text : texts.Texts) {
     for (const Mark& mark : marks_)
       ReplaceAll(text.Said, mark.Name, mark.Directory);
+  }
   return texts;
 }
 
