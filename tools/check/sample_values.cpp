@@ -66,9 +66,11 @@ void SampleValues::AddBlocks(const std::string& directory) {
       CkaRBLDataContent content;
       if (!content.Initialize(Read(file), false, true)) return;
       content.ReadContent();
-      for (const auto& row : content.Rows)
-        for (const auto& value : row.Values)
+      for (const auto& row : content.Rows) {
+        for (const auto& value : row.Values) {
           if (seen.emplace(value.Name, value.Value).second) Add(value.Name, {value.Value});
+        }
+      }
     });
   }
 }

@@ -143,9 +143,11 @@ class UnusedCheck {
 
   void CheckCases() {
     Names used;
-    for (const Element* announcement : document_.Announcements())
-      for (const Element* child : announcement->Children)
+    for (const Element* announcement : document_.Announcements()) {
+      for (const Element* child : announcement->Children) {
         if (child->Name == "Condition") used.insert(child->Value("name"));
+      }
+    }
     for (const Element* caseElement : Cases(document_)) {
       for (const Element* child : caseElement->ChildrenCalled("Case"))
         used.insert(child->Value("ref"));
