@@ -158,10 +158,11 @@ std::vector<kaMissingValue> CkaSpeechbuilder::FindMissingValues(const CkaRBLData
                                                                 int rowCount) const {
   std::vector<kaMissingValue> missing;
   for (int row = 0; row < rowCount; ++row) {
-    for (int i = 0; i < RBLDataFormat.GetAttributeCount(); ++i)
+    for (int i = 0; i < RBLDataFormat.GetAttributeCount(); ++i) {
       if (IsValueMissing(content, row, i)) {
         missing.push_back({row, RBLDataFormat.GetAttributeNameAt(i)});
       }
+    }
   }
   return missing;
 }

@@ -185,9 +185,11 @@ std::set<std::string> TempElements(const Document& document) {
   std::vector<const Element*> languages = NamedLanguages(document);
   if (SharedLanguage(document) != nullptr) languages.push_back(SharedLanguage(document));
   std::set<std::string> ids;
-  for (const Element* language : languages)
-    for (const Element* element : language->ChildrenCalled("Element"))
+  for (const Element* language : languages) {
+    for (const Element* element : language->ChildrenCalled("Element")) {
       if (MayHaveTrait(*element, "temp")) ids.insert(element->Value("id"));
+    }
+  }
   return ids;
 }
 

@@ -134,9 +134,11 @@ class PhraseCheck {
         assigned_(IdsOf(RowAttributes(document_), "assignto")) {}
 
   void CheckConditions() {
-    for (const Element* announcement : document_.Announcements())
-      for (const Element* child : announcement->Children)
+    for (const Element* announcement : document_.Announcements()) {
+      for (const Element* child : announcement->Children) {
         if (child->Name == "Condition") CheckCondition(*child);
+      }
+    }
   }
 
   void CheckPhrases() {
