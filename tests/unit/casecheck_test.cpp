@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -157,7 +160,27 @@ std::vector<Case> RandomCases(std::mt19937& random) {
   return cases;
 }
 
+/// Two names that the lower half of a hash does not tell apart. Among 300,000 there are some.
+std::pair<std::string, std::string> NamesOfOneHash() {
+  std::unordered_map<std::uint32_t, std::string> names;
+  for (int i = 0; i < 2'000'000; ++i) {
+    const std::string name = "case" + std::to_string(i);
+    const auto hash = static_cast<std::uint32_t>(std::hash<std::string>{}(name));
+    const auto [known, isNew] = names.try_emplace(hash, name);
+    if (!isNew) return {known->second, name};
+  }
+  return {};
+}
+
 }  // namespace
+
+TEST_F(CaseCheck, NamesOfOneHashAreDifferentCases) {
+  const auto [one, other] = NamesOfOneHash();
+  ASSERT_NE(one, other);
+  Check("1", {Holding(one), Failing(other)});
+  EXPECT_TRUE(Checked.IsCaseTrue(one));
+  EXPECT_FALSE(Checked.IsCaseTrue(other));
+}
 
 TEST_F(CaseCheck, StartsEmpty) {
   EXPECT_EQ(Checked.GetClassMsgID(), 11000U);
