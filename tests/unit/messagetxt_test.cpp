@@ -120,7 +120,7 @@ TEST_F(MessageTxt, StartsEmpty) {
 }
 
 TEST_F(MessageTxt, EmptyClassEntriesMatchNoClass) {
-  for (const unsigned int id : {0U, 1000U, 3000U, 7000U, 11000U, 999999U}) {
+  for (const unsigned int id : {0U, 1000U, 3000U, 7000U, 11000U, 999999U, 4294967294U}) {
     EXPECT_EQ(Catalogue.GiveOutAsString(0, id, 0), UnknownClass(std::to_string(id)));
   }
 }
