@@ -1,6 +1,7 @@
 #include "kaXmlGuard.h"
 
 #include <gtest/gtest.h>
+#include <iconv.h>
 #include <libxml/parser.h>
 
 #include <atomic>
@@ -46,6 +47,21 @@ std::string KilobytesInAttributes(int count) {
                     "<rbl>" + Repeated("<row a='&k;'/>", count) + "</rbl>");
 }
 
+/// A document in another encoding, which its declaration names.
+std::string InEncoding(const char* encoding, const std::string& document) {
+  std::string text = std::string("<?xml version='1.0' encoding='") + encoding + "'?>" + document;
+  std::string result(4 * text.size() + 4, '\0');
+  char* from = text.data();
+  char* to = result.data();
+  std::size_t left = text.size();
+  std::size_t room = result.size();
+  const iconv_t converter = iconv_open(encoding, "UTF-8");
+  EXPECT_EQ(iconv(converter, &from, &left, &to, &room), 0U) << encoding;
+  iconv_close(converter);
+  result.resize(result.size() - room);
+  return result;
+}
+
 }  // namespace
 
 TEST(ExpandsWithinLimit, LimitIs256KiB) {
@@ -83,6 +99,13 @@ TEST(ExpandsWithinLimit, ModerateExpansionsDo) {
 TEST(ExpandsWithinLimit, ExpansionsJustAboveDoNot) {
   EXPECT_FALSE(ExpandsWithinLimit(Kilobytes(257)));
   EXPECT_FALSE(ExpandsWithinLimit(KilobytesInAttributes(257)));
+}
+
+TEST(ExpandsWithinLimit, DeclarationsInOtherEncodingsCount) {
+  for (const char* encoding : {"UTF-16", "UTF-16LE", "UTF-16BE", "UCS-4BE", "IBM037"}) {
+    EXPECT_TRUE(ExpandsWithinLimit(InEncoding(encoding, Kilobytes(250)))) << encoding;
+    EXPECT_FALSE(ExpandsWithinLimit(InEncoding(encoding, Kilobytes(257)))) << encoding;
+  }
 }
 
 TEST(ExpandsWithinLimit, EachOccurrenceCountsForItself) {
