@@ -27,7 +27,7 @@ TEST(Report, FindingIsPrintedAsCompilersDo) {
             "announcements/station.xml:12:5: error some-rule: it is wrong\n"
             "    server: does nothing\n"
             "    write: another\n"
-            "1 errors, 0 warnings, 0 hints\n");
+            "1 error, 0 warnings, 0 hints\n");
 }
 
 TEST(Report, GermanHasGermanWordsForPeopleButTheSameSeverity) {
@@ -37,7 +37,7 @@ TEST(Report, GermanHasGermanWordsForPeopleButTheSameSeverity) {
             "a.xml:1: warning some-rule: it is wrong\n"
             "    Server: does nothing\n"
             "    Abhilfe: another\n"
-            "0 Fehler, 1 Warnungen, 0 Hinweise\n");
+            "0 Fehler, 1 Warnung, 0 Hinweise\n");
 }
 
 TEST(Report, PlaceThatIsUnknownIsLeftOut) {
@@ -54,7 +54,7 @@ TEST(Report, EffectOrAdviceThatIsEmptyHasNoLine) {
   finding.Effect = finding.Advice = "";
   report.Add(finding);
   EXPECT_EQ(report.Text(false),
-            "a:7: hint some-rule: it is wrong\n0 errors, 0 warnings, 1 hints\n");
+            "a:7: hint some-rule: it is wrong\n0 errors, 0 warnings, 1 hint\n");
 }
 
 TEST(Report, FileOutsideTheStationKeepsItsWholeName) {

@@ -168,6 +168,16 @@ TEST_F(WordsCommand, DemoStationsOwnBlocksLeaveLittleInDoubt) {
   EXPECT_EQ(ended.Status, 0) << ended.Out;
 }
 
+TEST_F(WordsCommand, DirectoryStandsForItsBlocks) {
+  const Ended all = Words({demo.Sub("announcements/blocks")});
+  EXPECT_EQ(all.Status, 0);
+  EXPECT_THAT(all.Out, HasSubstr("announcements/blocks/special-characters.xml:"));
+  EXPECT_THAT(all.Out, HasSubstr("announcements/blocks/via-stations.xml:"));
+  const Ended none = Words({demo.Sub("lexidata")});
+  EXPECT_EQ(none.Status, 2);
+  EXPECT_THAT(none.Err, HasSubstr("holds no blocks"));
+}
+
 TEST_F(WordsCommand, NothingInTheStationChanges) {
   const std::string before = Content(kGermanStations);
   Words({Block(R"(dest="Bonn Hbf")")});
@@ -219,6 +229,16 @@ TEST_F(WordsCommand, TriedTextMayHoldTags) {
   EXPECT_EQ(WordsAsJson({"--try", R"(\voice(en-gb) die)"}).at("phonemes"),
             WordsAsJson({"--try", "die", "--in", "en"}).at("phonemes"));
   EXPECT_EQ(WordsAsJson({"--try", R"(\pause(500))"}).at("phonemes"), "");
+}
+
+TEST_F(WordsCommand, LexiconThatIsUsedNeedNotBeListed) {
+  std::string document = Content("announcements/station.xml");
+  const std::string listed = "<Lexicon name=\"stations\"/>";
+  for (auto at = document.find(listed); at != std::string::npos; at = document.find(listed))
+    document.erase(at, listed.size());
+  demo.Write("announcements/station.xml", document);
+  EXPECT_EQ(WordsAsJson({"--try", "Bonn Hbf", "--lexicon", "stations"}).at("said"),
+            "Bonn Hauptbahnhof");
 }
 
 TEST_F(WordsCommand, UnknownLanguageOrLexiconCannotBeTried) {

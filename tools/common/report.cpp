@@ -13,8 +13,15 @@ namespace {
 
 constexpr Bilingual kEffect = {"Server: ", "server: "};
 constexpr Bilingual kAdvice = {"Abhilfe: ", "write: "};
-constexpr Bilingual kSummary = {"{0} Fehler, {1} Warnungen, {2} Hinweise\n",
-                                "{0} errors, {1} warnings, {2} hints\n"};
+/// What is counted: one of it, several of it.
+struct Counted {
+  Bilingual One;
+  Bilingual Several;
+};
+
+constexpr Counted kErrors = {{"Fehler", "error"}, {"Fehler", "errors"}};
+constexpr Counted kWarnings = {{"Warnung", "warning"}, {"Warnungen", "warnings"}};
+constexpr Counted kHints = {{"Hinweis", "hint"}, {"Hinweise", "hints"}};
 
 Color ColorOf(Severity severity) {
   switch (severity) {
@@ -26,6 +33,11 @@ Color ColorOf(Severity severity) {
       break;
   }
   return Color::Blue;
+}
+
+std::string Number(std::size_t count, const Counted& noun, Language language) {
+  const Bilingual& word = count == 1 ? noun.One : noun.Several;
+  return std::to_string(count) + " " + std::string(word(language));
 }
 
 std::string Numbers(const Place& place) {
@@ -78,8 +90,9 @@ std::string Report::Text(bool colored) const {
   std::string text;
   for (const Finding& finding : Findings())
     text += TextOf(finding, colored);
-  return text + Say(kSummary, language_, Count(Severity::Error), Count(Severity::Warning),
-                    Count(Severity::Hint));
+  return text + Number(Count(Severity::Error), kErrors, language_) + ", " +
+         Number(Count(Severity::Warning), kWarnings, language_) + ", " +
+         Number(Count(Severity::Hint), kHints, language_) + "\n";
 }
 
 std::string Report::TextOf(const Finding& finding, bool colored) const {

@@ -1,6 +1,5 @@
 #include "coverage/coverage_command.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -8,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/block_files.h"
 #include "coverage/coverage_page.h"
 
 namespace tools {
@@ -19,9 +19,6 @@ namespace fs = std::filesystem;
 constexpr Bilingual kDescription = {
     "zeigt, was vom Ansagedokument eine Menge von Blöcken erreicht",
     "shows what of the announcement document a set of blocks reaches"};
-constexpr Bilingual kBlocks = {
-    "Dateien mit je einem Block, oder Verzeichnisse, in denen und unter denen alle *.xml zählen",
-    "files of one block each, or directories, in and below which all *.xml count"};
 constexpr Bilingual kMissing = {"zählt auf, was kein Block erreicht, und was es erreichen würde",
                                 "lists what no block reaches, and what would"};
 constexpr Bilingual kHtml = {"schreibt den Quelltext mit Marken als eine Seite",
@@ -29,32 +26,16 @@ constexpr Bilingual kHtml = {"schreibt den Quelltext mit Marken als eine Seite",
 constexpr Bilingual kFailUnder = {
     "endet mit 1, wenn vom Dokument (ohne Lexika) weniger als dieser Anteil erreicht wird",
     "ends with 1 if less than this share of the document (without lexica) is reached"};
-constexpr Bilingual kNoBlocks = {"enthält keine Blöcke (*.xml)", "holds no blocks (*.xml)"};
 constexpr Bilingual kNotWritten = {"kann nicht geschrieben werden", "cannot be written"};
 constexpr Bilingual kTooLittle = {"erreicht: {0} %, verlangt: {1} %\n",
                                   "reached: {0} %, required: {1} %\n"};
 
 struct CoverageOptions {
-  std::vector<std::string> Blocks;
+  std::vector<fs::path> Blocks;
   std::string Html;
   bool bMissing = false;
   double FailUnder = 0;
 };
-
-/// A file stands for itself, a directory for the blocks in and below it in the order of their
-/// names.
-std::vector<fs::path> BlockFiles(const fs::path& path) {
-  if (!fs::is_directory(path)) return {path};
-  std::vector<fs::path> files;
-  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(path)) {
-    if (entry.is_regular_file() && entry.path().extension() == ".xml") {
-      files.push_back(entry.path());
-    }
-  }
-  if (files.empty()) throw CannotRun(kNoBlocks, path);
-  std::sort(files.begin(), files.end());
-  return files;
-}
 
 void WritePage(const fs::path& file, const std::string& page) {
   std::ofstream stream(file, std::ios::binary);
@@ -76,10 +57,8 @@ void PrintReport(const CoverageReport& report, const CoverageOptions& options,
 void RunCoverage(const CoverageOptions& options, Context& context) {
   const Station station(context.StationDir);
   Coverage coverage(station);
-  for (const std::string& path : options.Blocks) {
-    for (const fs::path& file : BlockFiles(path))
-      coverage.Add(file);
-  }
+  for (const fs::path& file : BlockFiles(options.Blocks))
+    coverage.Add(file);
   const CoverageReport report(coverage, station.Root(), context.Lang);
   if (!options.Html.empty()) WritePage(options.Html, CoveragePage(report));
   PrintReport(report, options, context);
@@ -99,7 +78,7 @@ CLI::App* AddCoverageCommand(CLI::App& app, Context& context) {
   CLI::App* command = app.add_subcommand("coverage", std::string(kDescription(context.Lang)));
   AddCommonOptions(*command, context);
   const auto options = std::make_shared<CoverageOptions>();
-  command->add_option("BLOCK", options->Blocks, std::string(kBlocks(context.Lang)))
+  command->add_option("BLOCK", options->Blocks, std::string(kBlockFiles(context.Lang)))
       ->required()
       ->type_name("");
   command->add_flag("--missing", options->bMissing, std::string(kMissing(context.Lang)));

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "common/block_files.h"
 #include "common/cannot_run.h"
 #include "common/station.h"
 #include "preview/file_watch.h"
@@ -25,7 +26,6 @@ namespace fs = std::filesystem;
 
 constexpr Bilingual kDescription = {"zeigt, was der Server aus Datenblöcken machen wird",
                                     "shows what the server will make of data blocks"};
-constexpr Bilingual kBlocks = {"Dateien mit Datenblöcken", "files with data blocks"};
 constexpr Bilingual kExplain = {"sagt zu jeder Phrase, warum sie gesprochen wird oder nicht",
                                 "tells for each phrase why it is spoken or not"};
 constexpr Bilingual kAudio = {"legt die Texte und ihre Sprachdateien in DIR ab",
@@ -37,7 +37,7 @@ constexpr Bilingual kChanged = {"--- {0} hat sich geändert\n", "--- {0} has cha
 constexpr Bilingual kNoTemporary = {"ist nicht beschreibbar", "is not writable"};
 
 struct PreviewOptions {
-  std::vector<std::string> Blocks;
+  std::vector<fs::path> Blocks;
   bool bExplain = false;
   std::string Audio;
   bool bPlay = false;
@@ -118,8 +118,8 @@ void RunOnce(const PreviewOptions& options, Context& context) {
   Preview preview(station);
   std::vector<PreviewedBlock> blocks;
   bool complete = true;
-  for (const std::string& file : options.Blocks) {
-    blocks.push_back({file, preview.Of(Read(file), options.bExplain)});
+  for (const fs::path& file : BlockFiles(options.Blocks)) {
+    blocks.push_back({file.string(), preview.Of(Read(file), options.bExplain)});
     complete = complete && blocks.back().Made.Result == BlockPreview::Outcome::Complete;
   }
   PrintPreviews(blocks, preview, station, context);
@@ -129,7 +129,7 @@ void RunOnce(const PreviewOptions& options, Context& context) {
 
 /// Everything that a preview depends on.
 void WatchFiles(FileWatch& watch, const PreviewOptions& options, const Context& context) {
-  for (const std::string& file : options.Blocks)
+  for (const fs::path& file : BlockFiles(options.Blocks))
     watch.AddFile(file);
   watch.AddFile(context.StationDir / "kaconfig" / "kaTtsServer.kacfg");
   const Station station(context.StationDir);
@@ -166,7 +166,7 @@ CLI::App* AddPreviewCommand(CLI::App& app, Context& context) {
   CLI::App* command = app.add_subcommand("preview", std::string(kDescription(context.Lang)));
   AddCommonOptions(*command, context);
   const auto options = std::make_shared<PreviewOptions>();
-  command->add_option("BLOCK", options->Blocks, std::string(kBlocks(context.Lang)))
+  command->add_option("BLOCK", options->Blocks, std::string(kBlockFiles(context.Lang)))
       ->required()
       ->type_name("FILE");
   command->add_flag("--explain", options->bExplain, std::string(kExplain(context.Lang)));

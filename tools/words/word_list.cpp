@@ -91,6 +91,11 @@ std::vector<CoveringEntry> EntriesOf(const LexiconFile* lexicon, const Rewriting
   return entries;
 }
 
+/// The server takes a name of one character for none.
+bool IsLexicon(const std::string& name) {
+  return name.size() > 1;
+}
+
 /// The line of an attribute of the n-th row of a block.
 int LineOf(const SourceMap& map, int row, const std::string& attribute) {
   int number = 0;
@@ -145,10 +150,16 @@ std::vector<std::string> Wording::Languages() const {
 }
 
 std::vector<std::string> Wording::LexicaOf(const std::string& language) const {
+  std::set<std::string> names;
   for (const KaLangRef& ref : readers_.References.LangRefs) {
-    if (ref.LangName == language) return ref.Lexica;
+    if (ref.LangName == language) names.insert(ref.Lexica.begin(), ref.Lexica.end());
   }
-  return {};
+  for (const SpokenAttribute& attribute : SpokenAttributes()) {
+    if (attribute.Language == language && IsLexicon(attribute.Lexicon)) {
+      names.insert(attribute.Lexicon);
+    }
+  }
+  return {names.begin(), names.end()};
 }
 
 int Wording::IndexOf(const std::string& language) const {
@@ -170,8 +181,7 @@ std::string Wording::VoiceOf(const std::string& language) const {
 }
 
 const LexiconFile* Wording::Lexicon(const std::string& language, const std::string& name) {
-  // The server takes a name of one character for none.
-  if (name.size() < 2) return nullptr;
+  if (!IsLexicon(name)) return nullptr;
   const fs::path path = station_.Resolve("./lexidata/" + language + "/" + name);
   const auto [entry, isNew] = lexica_.try_emplace(path);
   if (isNew && fs::is_regular_file(path)) entry->second.emplace(path);

@@ -51,7 +51,7 @@ class Wording {
 
   /// The station's languages, in the document's order.
   std::vector<std::string> Languages() const;
-  /// The lexica of a language that its document names.
+  /// The lexica of a language that its document lists or uses, in the order of their names.
   std::vector<std::string> LexicaOf(const std::string& language) const;
   /// All words that the document and the values of the blocks can bring, whatever the cases say,
   /// the greatest risk first.

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/block_files.h"
 #include "words/lexicon_file.h"
 #include "words/speaker.h"
 #include "words/word_list.h"
@@ -20,8 +21,6 @@ namespace fs = std::filesystem;
 
 constexpr Bilingual kDescription = {"zeigt, wie die Engine Wörter ausspricht, und ergänzt Lexika",
                                     "shows how the engine says words, and adds to lexica"};
-constexpr Bilingual kBlocks = {"Datenblöcke, deren Werte gesprochen werden",
-                               "data blocks whose values are spoken"};
 constexpr Bilingual kRisk = {"nur Wörter mit so viel Risiko; Status 1, wenn es solche gibt",
                              "only words with that much risk; status 1 if there are any"};
 constexpr Bilingual kTry = {"zeigt, wie dieser Text gesprochen wird",
@@ -91,7 +90,7 @@ void RequireOneOf(const std::vector<std::string>& known, const std::string& name
 
 void ListWords(Wording& wording, const Report& names, const WordsOptions& options,
                Context& context) {
-  std::vector<SpokenWord> words = wording.Words(options.Blocks);
+  std::vector<SpokenWord> words = wording.Words(BlockFiles(options.Blocks));
   std::erase_if(words, [&](const SpokenWord& word) { return word.Doubt.Points < options.Risk; });
   Print(context.bJson ? WordsAsJson(words, names).dump(2) + "\n"
                       : WordsAsText(words, names, context.UsesColor()));
@@ -128,7 +127,8 @@ std::string LexiconFor(Wording& wording, const std::string& language, const std:
     RequireOneOf(all, options.Lexicon, kNoLexicon, lang);
     return options.Lexicon;
   }
-  const std::set<std::string> fitting = wording.LexicaWith(word, language, options.Blocks);
+  const std::set<std::string> fitting =
+      wording.LexicaWith(word, language, BlockFiles(options.Blocks));
   if (fitting.size() == 1) return *fitting.begin();
   if (all.size() == 1) return all.front();
   throw Misuse(Say(kWhichLexicon, lang, fitting.empty() ? Listed(all) : Listed(fitting)));
@@ -210,7 +210,7 @@ CLI::App* AddWordsCommand(CLI::App& app, Context& context) {
   CLI::App* command = app.add_subcommand("words", std::string(kDescription(lang)));
   AddCommonOptions(*command, context);
   const auto options = std::make_shared<WordsOptions>();
-  command->add_option("BLOCK", options->Blocks, std::string(kBlocks(lang)));
+  command->add_option("BLOCK", options->Blocks, std::string(kBlockFiles(lang)));
   command->add_option("--risk", options->Risk, std::string(kRisk(lang)))
       ->type_name("POINTS")
       ->check(CLI::PositiveNumber);
