@@ -3,6 +3,7 @@
 #include <string>
 
 #include "check/check_command.h"
+#include "client/client_commands.h"
 #include "common/cannot_run.h"
 #include "common/command.h"
 #include "common/station.h"
@@ -27,6 +28,7 @@ void AddCommands(CLI::App& app, tools::Context& context) {
   tools::AddPreviewCommand(app, context);
   tools::AddTestCommand(app, context);
   tools::AddWordsCommand(app, context);
+  tools::AddClientCommands(app, context);
 }
 
 /// Runs the command line. CLI11 has a status for each kind of bad usage; here they are one.
