@@ -56,6 +56,7 @@ constexpr const char* kConfiguration =
 /// A memory disk where there is one: each case writes and removes a dozen files.
 void PreferMemoryDisk() {
   constexpr const char* kMemoryDisk = "/dev/shm";
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): before any thread
   if (access(kMemoryDisk, W_OK) == 0) setenv("TMPDIR", kMemoryDisk, 0);
 }
 
@@ -106,7 +107,7 @@ class Laboratory {
     } catch (const std::out_of_range&) {
       return;
     }
-    const std::string read = message.substr(0, 11'999).c_str();
+    const std::string read = message.substr(0, std::min<std::size_t>(message.find('\0'), 11'999));
     std::string block = model::UsedPart(read);
     try {
       const bool made = builder.GenerateNewSpeeches(block);
@@ -178,10 +179,13 @@ class ReasonCheck {
 
   void CheckMissing(const tools::BlockPreview& preview, std::size_t used) {
     std::vector<std::pair<int, std::string>> missing;
-    for (std::size_t row = 0; row < used; ++row)
-      for (const StationModel::Attribute& attribute : model_.Attributes())
-        if (attribute.bRequired && Value(rows_[row], attribute.Name).empty())
+    for (std::size_t row = 0; row < used; ++row) {
+      for (const StationModel::Attribute& attribute : model_.Attributes()) {
+        if (attribute.bRequired && Value(rows_[row], attribute.Name).empty()) {
           missing.emplace_back(static_cast<int>(row), attribute.Name);
+        }
+      }
+    }
     std::vector<std::pair<int, std::string>> stated;
     for (const auto& value : preview.Values)
       stated.emplace_back(value.Row, value.Attribute);
@@ -421,7 +425,7 @@ void CheckBlock(tools::Preview& preview, const Served& served, const std::string
   EXPECT_EQ(previewed.IsGivenUp(), served.Ending == Served::End::GivenUp);
   EXPECT_EQ(HandedTexts(previewed), served.Handed);
   EXPECT_EQ(StoredTexts(previewed), served.Store);
-  const std::string read = message.substr(0, 11'999).c_str();
+  const std::string read = message.substr(0, std::min<std::size_t>(message.find('\0'), 11'999));
   ReasonCheck reasons(model, root, model::UsedPart(read));
   reasons.Check(previewed);
   counts.Refused += served.Ending == Served::End::Refused ? 1 : 0;

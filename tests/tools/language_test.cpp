@@ -13,9 +13,11 @@ class EnvironmentLanguageTest : public ::testing::Test {
  protected:
   EnvironmentLanguageTest() {
     for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
-      unsetenv(name);
+      unsetenv(name);  // NOLINT(concurrency-mt-unsafe): no other thread
   }
-  static void Set(const char* name, const char* value) { setenv(name, value, 1); }
+  static void Set(const char* name, const char* value) {
+    setenv(name, value, 1);  // NOLINT(concurrency-mt-unsafe): no other thread
+  }
 };
 
 using EnvironmentLanguageOf = EnvironmentLanguageTest;

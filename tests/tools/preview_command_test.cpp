@@ -26,7 +26,6 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
 
@@ -216,7 +215,9 @@ std::vector<std::string> CommandsOfThePage() {
 
 class Page : public PreviewCommand {
  protected:
-  Page() { setenv("PATH", Path().c_str(), 1); }
+  Page() {
+    setenv("PATH", Path().c_str(), 1);  // NOLINT(concurrency-mt-unsafe): no other thread
+  }
 
   /// Directories of the page's commands become the test's own.
   std::string Placed(std::string command) const {

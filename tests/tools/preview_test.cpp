@@ -15,10 +15,7 @@ namespace tools {
 
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
 using Outcome = BlockPreview::Outcome;
 
 /// A small station of two languages; tests change what they need.

@@ -18,6 +18,7 @@ void Redirect(const std::string& file, int descriptor) {
   close(opened);
 }
 
+// NOLINTBEGIN(concurrency-mt-unsafe): a child process has one thread
 [[noreturn]] void Execute(const std::string& program, const std::vector<std::string>& arguments,
                           const std::vector<std::pair<std::string, std::string>>& environment) {
   unsetenv("NO_COLOR");
@@ -31,6 +32,7 @@ void Redirect(const std::string& file, int descriptor) {
   execv(program.c_str(), argv.data());
   _exit(127);
 }
+// NOLINTEND(concurrency-mt-unsafe)
 
 }  // namespace
 

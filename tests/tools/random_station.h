@@ -18,7 +18,8 @@ class Dice {
   std::size_t Below(std::size_t count) { return engine_() % count; }
   bool Percent(unsigned chance) { return Below(100) < chance; }
   int Between(int least, int most) {
-    return least + static_cast<int>(Below(static_cast<std::size_t>(most - least + 1)));
+    return least + static_cast<int>(
+                       Below(static_cast<std::size_t>(most) - static_cast<std::size_t>(least) + 1));
   }
   template <std::size_t N>
   const char* Pick(const std::array<const char*, N>& words) {
