@@ -3,8 +3,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <map>
-#include <string>
 
 namespace tools {
 
@@ -22,19 +20,23 @@ bool Context::UsesColor() const {
   return tools::UsesColor(Color, STDOUT_FILENO);
 }
 
+std::map<std::string, Language> LanguageNames() {
+  return {{"de", Language::German}, {"en", Language::English}};
+}
+
+std::map<std::string, ColorMode> ColorModeNames() {
+  return {{"auto", ColorMode::Auto}, {"always", ColorMode::Always}, {"never", ColorMode::Never}};
+}
+
 void AddCommonOptions(CLI::App& command, Context& context) {
   const Language lang = context.Lang;
-  const std::map<std::string, Language> languages = {{"de", Language::German},
-                                                     {"en", Language::English}};
-  const std::map<std::string, ColorMode> colors = {
-      {"auto", ColorMode::Auto}, {"always", ColorMode::Always}, {"never", ColorMode::Never}};
   command.add_option("--station", context.StationDir, std::string(kStation(lang)))
       ->type_name("DIR");
   command.add_option("--lang", context.Lang, std::string(kLang(lang)))
-      ->transform(CLI::CheckedTransformer(languages).description(""))
+      ->transform(CLI::CheckedTransformer(LanguageNames()).description(""))
       ->type_name("LANG");
   command.add_option("--color", context.Color, std::string(kColor(lang)))
-      ->transform(CLI::CheckedTransformer(colors).description(""))
+      ->transform(CLI::CheckedTransformer(ColorModeNames()).description(""))
       ->type_name("WHEN");
   command.add_flag("--json", context.bJson, std::string(kJson(lang)));
 }

@@ -3,6 +3,8 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
+#include <map>
+#include <string>
 #include <string_view>
 
 #include "common/language.h"
@@ -21,6 +23,11 @@ struct Context {
   /// Whether what is printed on standard output is coloured.
   bool UsesColor() const;
 };
+
+/// The words that --lang takes.
+std::map<std::string, Language> LanguageNames();
+/// The words that --color takes.
+std::map<std::string, ColorMode> ColorModeNames();
 
 /// Adds --station, --lang, --json and --color.
 void AddCommonOptions(CLI::App& command, Context& context);

@@ -210,10 +210,10 @@ CLI::App* AddWordsCommand(CLI::App& app, Context& context) {
   CLI::App* command = app.add_subcommand("words", std::string(kDescription(lang)));
   AddCommonOptions(*command, context);
   const auto options = std::make_shared<WordsOptions>();
-  command->add_option("BLOCK", options->Blocks, std::string(kBlockFiles(lang)));
+  command->add_option("BLOCK", options->Blocks, std::string(kBlockFiles(lang)))->type_name("");
   command->add_option("--risk", options->Risk, std::string(kRisk(lang)))
       ->type_name("POINTS")
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Validator(CLI::PositiveNumber).description(""));
   CLI::Option* tried =
       command->add_option("--try", options->Try, std::string(kTry(lang)))->type_name("TEXT");
   command->add_option("--in", options->In, std::string(kIn(lang)))->type_name("LANG")->needs(tried);
