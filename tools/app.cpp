@@ -5,6 +5,7 @@
 #include "check/check_command.h"
 #include "client/client_commands.h"
 #include "coverage/coverage_command.h"
+#include "level/level_command.h"
 #include "preview/preview_command.h"
 #include "test/test_command.h"
 #include "words/words_command.h"
@@ -35,6 +36,7 @@ constexpr Label kLabels[] = {
 void AddCommands(CLI::App& app, Context& context) {
   AddCheckCommand(app, context);
   AddCoverageCommand(app, context);
+  AddLevelCommand(app, context);
   AddPreviewCommand(app, context);
   AddTestCommand(app, context);
   AddWordsCommand(app, context);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,21 @@ TEST(CommandLine, DefaultsAreEnglishTwentySecondsAndNoDiscarding) {
   EXPECT_EQ(line.voice, "en");
   EXPECT_EQ(line.timeLimit, std::chrono::seconds(20));
   EXPECT_FALSE(line.discardOnFailure);
+}
+
+TEST(CommandLine, LevelIsMinusTwentyThreeLufsUnlessGivenOrOff) {
+  EXPECT_EQ(Parse({"x"}).level, -23);
+  EXPECT_EQ(Parse({"--level", "-18.5", "x"}).level, -18.5);
+  EXPECT_EQ(Parse({"--level=-50", "x"}).level, -50);
+  EXPECT_EQ(Parse({"--level=-10", "x"}).level, -10);
+  EXPECT_EQ(Parse({"--level", "off", "x"}).level, std::nullopt);
+}
+
+TEST(CommandLine, LevelOutOfRangeOrWithoutSenseIsRefused) {
+  for (const char* value : {"", "-9.9", "-50.1", "23", "-23 LUFS", "on", "nan", "-inf", "--"}) {
+    EXPECT_THAT(ErrorOf({"--level", value, "x"}), HasSubstr("--level takes -50 to -10")) << value;
+  }
+  EXPECT_EQ(ErrorOf({"--level"}), "option --level needs a value");
 }
 
 TEST(CommandLine, EverythingBehindTheDoubleDashIsOperand) {

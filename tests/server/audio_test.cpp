@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <span>
+#include <string>
+#include <vector>
 
 #include "demo_station.h"
 #include "engine/sound.h"
+#include "support/loudness.h"
 
 namespace servertest {
 
@@ -123,6 +127,125 @@ TEST_F(Audio, PreparedPhraseIsPartOfTheAnnouncement) {
   const auto found = std::search(announcement.samples.begin(), announcement.samples.end(),
                                  phrase.samples.begin(), phrase.samples.end());
   EXPECT_NE(found, announcement.samples.end());
+}
+
+// What follows measures sounds, prepared phrases and voice apart, in what was heard.
+constexpr double kTarget = -23;      // LUFS
+constexpr double kTolerance = 1;     // LU
+constexpr double kHighestPeak = -1;  // dBTP
+constexpr double kAudibleSeconds = 0.2;
+
+class Loudness : public Audio {
+ protected:
+  /// Expects every part of an announcement to be on target: first a sound of the station if there
+  /// is one, then prepared phrases, and what the voice says between them.
+  void ExpectLevelled(std::span<const float> heard) {
+    EXPECT_LE(support::TruePeakOf(heard, kSampleRate), kHighestPeak);
+    for (const std::vector<float>& file : recordings_)
+      for (std::size_t at = 0; (at = Find(heard, at, file)) < heard.size(); at += file.size())
+        cuts_.push_back({at, at + file.size()});
+    std::ranges::sort(cuts_, {}, &Cut::Begin);
+    std::size_t voiceBegin = 0;
+    for (const Cut& cut : cuts_) {
+      ExpectOnTarget(heard.subspan(voiceBegin, cut.Begin - voiceBegin), "voice");
+      ExpectOnTarget(heard.subspan(cut.Begin, cut.End - cut.Begin), "recording");
+      voiceBegin = cut.End;
+    }
+    ExpectOnTarget(heard.subspan(voiceBegin), "voice");
+    cuts_.clear();
+  }
+
+  void ReadRecordings() {
+    for (const std::string& directory :
+         {SoundsPath(), stage().Steady() + "/de", stage().Steady() + "/en"})
+      for (const std::string& name : Entries(directory))
+        if (name.ends_with(".wav"))
+          recordings_.push_back(ReadSound(directory + "/" + name).samples);
+    ASSERT_THAT(recordings_, SizeIs(14));
+  }
+
+  std::size_t PartsMeasured(const std::string& what) const {
+    return static_cast<std::size_t>(std::ranges::count(measured_, what));
+  }
+
+  /// The announcements that can be played, without the ending of their files.
+  std::vector<std::string> Announcements() const {
+    std::vector<std::string> names;
+    for (const std::string& name : Entries(stage().Play()))
+      if (name.ends_with(".wav")) names.push_back(name.substr(0, name.size() - 4));
+    return names;
+  }
+
+ private:
+  static constexpr int kSampleRate = 22050;
+
+  struct Cut {
+    std::size_t Begin;
+    std::size_t End;
+  };
+
+  static std::size_t Find(std::span<const float> heard, std::size_t from,
+                          const std::vector<float>& recording) {
+    const auto begin = heard.begin() + static_cast<std::ptrdiff_t>(from);
+    const auto found = std::search(
+        begin, heard.end(), std::boyer_moore_horspool_searcher(recording.begin(), recording.end()));
+    return static_cast<std::size_t>(found - heard.begin());
+  }
+
+  void ExpectOnTarget(std::span<const float> part, const std::string& what) {
+    const auto isLoud = [](float sample) { return std::abs(sample) > kSilentLevel; };
+    const auto loud = static_cast<double>(std::ranges::count_if(part, isLoud));
+    if (loud < kAudibleSeconds * kSampleRate / 2) return;  // a pause
+    measured_.push_back(what);
+    EXPECT_NEAR(support::LoudnessOf(part, kSampleRate), kTarget, kTolerance)
+        << what << " of " << static_cast<double>(part.size()) / kSampleRate << " s";
+  }
+
+  std::vector<std::vector<float>> recordings_;
+  std::vector<Cut> cuts_;
+  std::vector<std::string> measured_;
+};
+
+TEST_F(Loudness, GongPreparedPhraseAndVoiceAreEquallyLoudInEveryAnnouncement) {
+  Start();
+  ReadRecordings();
+  for (const std::string& block : SampleBlocks()) {
+    SCOPED_TRACE(block);
+    AskData(SampleBlock(block));
+    for (const std::string& name : Announcements()) {
+      SCOPED_TRACE(name);
+      const std::size_t n = HeardCount();
+      EXPECT_EQ(AskCommand(name), kReceived);
+      ASSERT_EQ(HeardCount(), n + 1) << Err();
+      const Sound heard = Heard(n);
+      // The player fills its last period with silence.
+      const double seconds = ReadSound(stage().Play() + "/" + name + ".wav").Seconds();
+      ExpectLevelled(heard.Part(0, seconds));
+    }
+  }
+  EXPECT_GT(PartsMeasured("recording"), 50U);
+  EXPECT_GT(PartsMeasured("voice"), 40U);
+}
+
+TEST_F(Loudness, BellIsAsLoudAsTheVoice) {
+  Start();
+  AskCommand("!bell");
+  ASSERT_EQ(HeardCount(), 1U) << Err();
+  const Sound heard = Heard(0);
+  EXPECT_NEAR(support::LoudnessOf(heard.samples, heard.sampleRate), kTarget, kTolerance);
+  EXPECT_LE(support::TruePeakOf(heard.samples, heard.sampleRate), kHighestPeak);
+}
+
+TEST_F(Loudness, TextsOfTheTextPortAreAsLoudAsAnnouncements) {
+  Start();
+  for (const std::string text :
+       {"Achtung.", "Bitte nicht einsteigen.",
+        "Sehr geehrte Fahrgäste, wegen einer Signalstörung verkehren die Züge in Richtung Hamburg "
+        "heute von anderen Gleisen. Bitte beachten Sie die Anzeigen und die weiteren Ansagen."}) {
+    const Sound heard = Speak(text);
+    EXPECT_NEAR(support::LoudnessOf(heard.samples, heard.sampleRate), kTarget, kTolerance) << text;
+    EXPECT_LE(support::TruePeakOf(heard.samples, heard.sampleRate), kHighestPeak) << text;
+  }
 }
 
 TEST_F(Audio, BellIsHeard) {

@@ -17,6 +17,7 @@ class CheckedSink final : public SampleSink {
   CheckedSink(SampleSink& target, std::optional<Clock::time_point> deadline)
       : target_(target), deadline_(deadline) {}
 
+  void Prepare() override { target_.Prepare(); }
   void Write(Samples samples) override;
 
   /// Throws Failure when the work has to end.

@@ -12,6 +12,8 @@ namespace engine {
 namespace {
 
 constexpr int kLongestTimeLimitSeconds = 3600;
+constexpr double kLowestLevelLufs = -50;
+constexpr double kHighestLevelLufs = -10;
 
 using Arguments = std::span<const char* const>;
 
@@ -63,6 +65,18 @@ std::chrono::seconds ReadTimeLimit(std::string_view value) {
   return std::chrono::seconds(seconds);
 }
 
+std::optional<double> ReadLevel(std::string_view value) {
+  if (value == "off") return std::nullopt;
+  double lufs = 0;
+  const char* const end = value.data() + value.size();
+  const auto [stopped, error] = std::from_chars(value.data(), end, lufs, std::chars_format::fixed);
+  const bool isNumber = error == std::errc() && stopped == end;
+  if (!isNumber || !(lufs >= kLowestLevelLufs && lufs <= kHighestLevelLufs)) {
+    throw UsageError("--level takes -50 to -10 LUFS or off, not " + InQuotes(value));
+  }
+  return lufs;
+}
+
 std::string ReadVoice(std::string_view value) {
   if (value.empty()) throw UsageError("--voice needs a name");
   return std::string(value);
@@ -83,6 +97,8 @@ void ApplyFlag(CommandLine& line, std::string_view option) {
 void ApplyOption(CommandLine& line, std::string_view option, OptionReader& reader) {
   if (option == "--voice") {
     line.voice = ReadVoice(reader.Value(option));
+  } else if (option == "--level") {
+    line.level = ReadLevel(reader.Value(option));
   } else if (option == "--time-limit") {
     line.timeLimit = ReadTimeLimit(reader.Value(option));
   } else {
@@ -122,6 +138,7 @@ std::string CommandLine::Help() {
 
 Options:
   --voice NAME            espeak-ng voice of texts that name none, e.g. de or en-gb+f3 (default: en)
+  --level LUFS            loudness of speech, -50 to -10, or off for espeak-ng's own (default: -23)
   --discard-on-failure    when saving fails, remove the old WAVFILE, and TEXTFILE unless it ends
                           in ".txt"
   --time-limit SECONDS    saving fails after this time (1 to 3600, default: 20)

@@ -4,6 +4,7 @@
 // The program's command line.
 
 #include <chrono>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -21,6 +22,7 @@ struct CommandLine {
 
   Action action = Action::Speak;
   std::string voice = "en";            ///< for texts that name none
+  std::optional<double> level = -23;   ///< loudness of speech in LUFS; none: espeak-ng's own
   bool discardOnFailure = false;       ///< remove what a failed save would leave outdated
   std::chrono::seconds timeLimit{20};  ///< for saving
   std::string text;                    ///< with Action::Speak

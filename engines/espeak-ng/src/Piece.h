@@ -10,12 +10,14 @@
 
 namespace engine {
 
+constexpr int kNormalVolume = 100;
+
 /// How a text is spoken. The numbers are espeak-ng's own defaults and units.
 struct SpeechSettings {
   std::string voice;             ///< as written, e.g. "de" or "en-gb+f3"
   int rateWordsPerMinute = 175;  ///< 80..450
   int pitch = 50;                ///< 0..99
-  int volume = 100;              ///< 0..200, 100 is normal
+  int volume = kNormalVolume;    ///< 0..200, 100 is normal
 
   bool operator==(const SpeechSettings&) const = default;
 };

@@ -75,8 +75,12 @@ Player::~Player() {
   if (process_ > 0) Kill();
 }
 
-void Player::Write(Samples samples) {
+void Player::Prepare() {
   if (!wasStarted_) Start();
+}
+
+void Player::Write(Samples samples) {
+  Prepare();
   if (HasEnded()) ThrowEnded();
   std::span<const std::byte> bytes = std::as_bytes(samples);
   while (!bytes.empty()) {

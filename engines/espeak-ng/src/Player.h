@@ -19,7 +19,10 @@ class Player final : public SampleSink {
   /// Kills the player if it still runs: the announcement has failed.
   ~Player() override;
 
-  /// Starts the player before the first sample.
+  /// Starts the player.
+  void Prepare() override;
+
+  /// Starts the player before the first sample, unless that was done.
   void Write(Samples samples) override;
 
   /// Waits until everything has been heard.

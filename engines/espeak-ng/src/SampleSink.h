@@ -25,6 +25,9 @@ class SampleSink {
   SampleSink& operator=(const SampleSink&) = delete;
   virtual ~SampleSink() = default;
 
+  /// Samples will come soon: what takes its time to get ready can begin.
+  virtual void Prepare() {}
+
   /// Takes all samples, or throws Failure.
   virtual void Write(Samples samples) = 0;
 };

@@ -56,7 +56,8 @@ Pieces ReadPieces(std::string_view text, const CommandLine& line) {
 void Speak(const CommandLine& line) {
   Player player;
   CheckedSink sink(player, std::nullopt);
-  RenderAnnouncement(ReadPieces(line.text, line), sink);
+  RenderAnnouncement(ReadPieces(line.text, line), {.lufs = line.level, .someoneListens = true},
+                     sink);
   player.Finish();
 }
 
@@ -70,7 +71,7 @@ void SaveSpeech(const CommandLine& line, CheckedSink::Clock::time_point start) {
   const Pieces pieces = ReadPieces(ReadText(line.textFile), line);
   WavFile file(line.wavFile);
   CheckedSink sink(file, start + line.timeLimit);
-  RenderAnnouncement(pieces, sink);
+  RenderAnnouncement(pieces, {.lufs = line.level, .someoneListens = false}, sink);
   sink.Check();
   file.Commit();
 }
