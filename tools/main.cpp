@@ -7,6 +7,7 @@
 #include "common/command.h"
 #include "common/station.h"
 #include "coverage/coverage_command.h"
+#include "doctor/doctor_command.h"
 #include "preview/preview_command.h"
 #include "test/test_command.h"
 #include "words/words_command.h"
@@ -24,6 +25,7 @@ constexpr Bilingual kVersion = {"zeigt die Version", "shows the version"};
 void AddCommands(CLI::App& app, tools::Context& context) {
   tools::AddCheckCommand(app, context);
   tools::AddCoverageCommand(app, context);
+  tools::AddDoctorCommand(app, context);
   tools::AddPreviewCommand(app, context);
   tools::AddTestCommand(app, context);
   tools::AddWordsCommand(app, context);
