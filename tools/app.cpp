@@ -5,6 +5,7 @@
 #include "check/check_command.h"
 #include "client/client_commands.h"
 #include "coverage/coverage_command.h"
+#include "doctor/doctor_command.h"
 #include "level/level_command.h"
 #include "preview/preview_command.h"
 #include "test/test_command.h"
@@ -14,8 +15,8 @@ namespace tools {
 
 namespace {
 
-constexpr Bilingual kDescription = {"Werkzeuge für Autoren von Ansagen",
-                                    "tools for authors of announcements"};
+constexpr Bilingual kDescription = {"Werkzeuge für Ansagen und Ansageserver",
+                                    "tools for announcements and their server"};
 constexpr Bilingual kHelp = {"zeigt diese Hilfe", "shows this help"};
 constexpr Bilingual kVersion = {"zeigt die Version", "shows the version"};
 constexpr Bilingual kOptions = {"Optionen", "Options"};
@@ -36,6 +37,7 @@ constexpr Label kLabels[] = {
 void AddCommands(CLI::App& app, Context& context) {
   AddCheckCommand(app, context);
   AddCoverageCommand(app, context);
+  AddDoctorCommand(app, context);
   AddLevelCommand(app, context);
   AddPreviewCommand(app, context);
   AddTestCommand(app, context);

@@ -84,6 +84,20 @@ TEST_F(InspectWaveTest, NoSampleIsEmpty) {
   EXPECT_EQ(Inspect(Wave("")).Kind, WaveKind::Empty);
 }
 
+TEST_F(InspectWaveTest, FileThatEndsBeforeItsSamplesIsTruncated) {
+  const std::string whole = Wave(Format(1) + Chunk("data", "12345678"));
+  EXPECT_FALSE(Inspect(whole).bTruncated);
+  EXPECT_TRUE(Inspect(whole.substr(0, whole.size() - 1)).bTruncated);
+}
+
+/// Programs that write to a pipe state a size without knowing it.
+TEST_F(InspectWaveTest, SizeThatNobodyKnewIsNotMissed) {
+  for (const std::size_t size : {0x7FFFFFFFU, 0xFFFFFFFFU}) {
+    const std::string data = "data" + Number(size, 4) + "12345678";
+    EXPECT_FALSE(Inspect(Wave(Format(1) + data)).bTruncated) << size;
+  }
+}
+
 TEST_F(InspectWaveTest, ChunkThatReachesBeyondTheFileEndsIt) {
   EXPECT_EQ(Inspect(Wave(Format(1) + "LIST\xFF\xFF\xFF\xFF" + "x")).Kind, WaveKind::Empty);
 }

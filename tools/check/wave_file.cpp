@@ -44,6 +44,15 @@ int CodingOf(std::string_view description) {
   return static_cast<int>(NumberAt(description, kSubformat, 2));
 }
 
+/// Whether there are fewer bytes from `begin` on than `size`. Programs that write to a pipe cannot
+/// know the size and state one of two gigabytes or more.
+bool IsTruncated(std::istream& stream, std::istream::pos_type begin, std::uint32_t size) {
+  constexpr std::uint32_t kUnknownSize = 0x7FFF0000;
+  stream.clear();
+  stream.seekg(0, std::ios::end);
+  return size < kUnknownSize && stream.tellg() - begin < std::streamoff{size};
+}
+
 /// Reads the chunks up to the samples.
 WaveFile InspectChunks(std::istream& stream) {
   constexpr std::size_t kLongestDescription = 64;
@@ -60,6 +69,7 @@ WaveFile InspectChunks(std::istream& stream) {
       wave.Kind = wave.Format != kPcm ? WaveKind::Compressed
                   : hasSamples        ? WaveKind::Pcm
                                       : WaveKind::Empty;
+      wave.bTruncated = IsTruncated(stream, begin, size);
       return wave;
     }
     stream.clear();
@@ -75,10 +85,10 @@ WaveFile InspectWave(const std::string& path) {
   constexpr std::size_t kHead = 12;
   std::ifstream stream(path, std::ios::binary);
   const std::string head = ReadBytes(stream, kHead);
-  if (head.empty()) return {WaveKind::Empty, 0, ""};
+  if (head.empty()) return {WaveKind::Empty, 0, false, ""};
   if (head.size() == kHead && head.starts_with("RIFF") && head.ends_with("WAVE"))
     return InspectChunks(stream);
-  return {WaveKind::Other, 0, PrintableStart(head)};
+  return {WaveKind::Other, 0, false, PrintableStart(head)};
 }
 
 }  // namespace tools

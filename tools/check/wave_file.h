@@ -15,8 +15,9 @@ enum class WaveKind {
 
 struct WaveFile {
   WaveKind Kind = WaveKind::Other;
-  int Format = 0;       ///< number of the coding; of a .wav file
-  std::string Content;  ///< the first printable characters of another file, e.g. "OggS"
+  int Format = 0;           ///< number of the coding; of a .wav file
+  bool bTruncated = false;  ///< it ends before its samples do
+  std::string Content;      ///< the first printable characters of another file, e.g. "OggS"
 };
 
 /// Reads the head of an audio file, which must be readable.
