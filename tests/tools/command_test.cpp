@@ -18,7 +18,7 @@ TEST(KaTts, HelpIsFineAndNamesTheCommands) {
   const Ended ended = RunTool({"--help"});
   EXPECT_EQ(ended.Status, 0);
   EXPECT_THAT(ended.Out, HasSubstr("check"));
-  EXPECT_THAT(ended.Out, HasSubstr("tools for authors of announcements"));
+  EXPECT_THAT(ended.Out, HasSubstr("tools for announcements and their server"));
 }
 
 TEST(KaTts, HelpIsGermanWhereTheLocaleIs) {

@@ -85,9 +85,10 @@ std::ostream& operator<<(std::ostream& stream, const RuleFixture& fixture) {
 
 std::vector<RuleFixture> RuleFixtures() {
   std::vector<RuleFixture> fixtures;
-  for (const fs::directory_entry& rule : fs::directory_iterator(Fixtures()))
+  for (const fs::directory_entry& rule : fs::directory_iterator(Fixtures())) {
     for (const fs::directory_entry& fixture : fs::directory_iterator(rule.path()))
       fixtures.push_back({rule.path().filename().string(), fixture.path().filename().string()});
+  }
   std::sort(fixtures.begin(), fixtures.end(), [](const RuleFixture& a, const RuleFixture& b) {
     return std::tie(a.Rule, a.Name) < std::tie(b.Rule, b.Name);
   });

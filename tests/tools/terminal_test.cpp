@@ -11,6 +11,9 @@ namespace tools {
 
 namespace {
 
+// The tests have one thread.
+// NOLINTBEGIN(concurrency-mt-unsafe)
+
 /// A terminal, and an environment that allows colours on it.
 class UsesColorOn : public ::testing::Test {
  protected:
@@ -51,6 +54,8 @@ TEST_F(UsesColorOn, WhatTheOptionSaysInAnyCase) {
   unsetenv("NO_COLOR");
   EXPECT_FALSE(UsesColor(ColorMode::Never, terminal.Get()));
 }
+
+// NOLINTEND(concurrency-mt-unsafe)
 
 TEST(Painted, IsTheTextItselfWithoutColour) {
   EXPECT_EQ(Painted("x", Color::Red, false), "x");
