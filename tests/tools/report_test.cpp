@@ -53,8 +53,7 @@ TEST(Report, EffectOrAdviceThatIsEmptyHasNoLine) {
   Finding finding = FindingAt("/station/a", 7, 0, Severity::Hint);
   finding.Effect = finding.Advice = "";
   report.Add(finding);
-  EXPECT_EQ(report.Text(false),
-            "a:7: hint some-rule: it is wrong\n0 errors, 0 warnings, 1 hint\n");
+  EXPECT_EQ(report.Text(false), "a:7: hint some-rule: it is wrong\n0 errors, 0 warnings, 1 hint\n");
 }
 
 TEST(Report, FileOutsideTheStationKeepsItsWholeName) {
