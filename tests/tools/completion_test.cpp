@@ -42,12 +42,21 @@ Words HelpNames(const std::string& command, bool shortOnes) {
   return names;
 }
 
-Words RuleIds() {
+/// What the key of every object in a printed list holds.
+Words Listed(const std::vector<std::string>& command, const char* list, const char* key) {
   Words ids;
-  const auto listed = nlohmann::json::parse(RunTool({"check", "--rules", "--json"}).Out);
-  for (const auto& rule : listed["rules"])
-    ids.insert(rule["rule"]);
+  const auto listed = nlohmann::json::parse(RunTool(command).Out);
+  for (const auto& item : listed[list])
+    ids.insert(item[key]);
   return ids;
+}
+
+Words RuleIds() {
+  return Listed({"check", "--rules", "--json"}, "rules", "rule");
+}
+
+Words FindingIds() {
+  return Listed({"doctor", "--findings", "--json"}, "findings", "finding");
 }
 
 /// A directory with a file and a directory in it.
@@ -80,6 +89,7 @@ TEST(BashCompletion, OffersTheValuesOfAnOption) {
   EXPECT_THAT(OfferedByBash({"ka-tts", "check", "--lang", ""}), ElementsAre("de", "en"));
   EXPECT_THAT(OfferedByBash({"ka-tts", "check", "--color", "a"}), ElementsAre("always", "auto"));
   EXPECT_EQ(OfferedByBash({"ka-tts", "check", "--explain", ""}), RuleIds());
+  EXPECT_EQ(OfferedByBash({"ka-tts", "doctor", "--explain", ""}), FindingIds());
 }
 
 TEST(BashCompletion, KnowsAValueBehindAnEqualSign) {
@@ -146,6 +156,7 @@ TEST(ZshCompletion, OffersTheValuesOfAnOption) {
   EXPECT_THAT(KeysOf(OfferedByZsh("ka-tts check --color=")),
               ElementsAre("always", "auto", "never"));
   EXPECT_EQ(KeysOf(OfferedByZsh("ka-tts check --explain ")), RuleIds());
+  EXPECT_EQ(KeysOf(OfferedByZsh("ka-tts doctor --explain ")), FindingIds());
 }
 
 TEST(ZshCompletion, DescribesInTheLanguageOfTheShell) {

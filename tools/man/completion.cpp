@@ -5,6 +5,7 @@
 
 #include "check/rules.h"
 #include "common/command.h"
+#include "doctor/finding_groups.h"
 
 namespace tools {
 
@@ -25,6 +26,13 @@ std::vector<std::string> RuleIds() {
   return ids;
 }
 
+std::vector<std::string> FindingIds() {
+  std::vector<std::string> ids;
+  for (const Complaint* complaint : Complaints())
+    ids.emplace_back(complaint->What.Id);
+  return ids;
+}
+
 Completion OneOf(std::vector<std::string> words) {
   return {Completion::Kind::Words, std::move(words)};
 }
@@ -35,6 +43,7 @@ Completion CompletionOf(const ListedOption& option, const std::string& argument)
   if (!option.IsOperand() && option.Key() == "--lang") return OneOf(KeysOf(LanguageNames()));
   if (!option.IsOperand() && option.Key() == "--color") return OneOf(KeysOf(ColorModeNames()));
   if (argument == "RULE") return OneOf(RuleIds());
+  if (argument == "FINDING") return OneOf(FindingIds());
   if (argument == "FILE" || argument == "BLOCK") return {Completion::Kind::Files, {}};
   if (argument == "DIR") return {Completion::Kind::Directories, {}};
   return {};
