@@ -26,8 +26,8 @@ constexpr std::size_t kMaxExpandedXml = 262144;
 /// Whether `document`, with every entity and default attribute counted each time it occurs, stays
 /// within kMaxExpandedXml. It is parsed without expanding anything, so the answer costs time and
 /// memory in proportion to the document, however much it would expand to. A document without a
-/// document type declaration has nothing to expand. One that may have one and is not well-formed
-/// counts as too large.
+/// document type declaration has nothing to expand. One that is not well-formed counts as too
+/// large.
 bool ExpandsWithinLimit(const std::string& document);
 
 #endif
