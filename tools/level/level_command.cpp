@@ -183,7 +183,7 @@ CLI::App* AddLevelCommand(CLI::App& app, Context& context) {
       ->type_name("LUFS")
       ->check(IsNumberIn(kLowestTarget, kHighestTarget, lang));
   command->add_option("--peak", options->Goal.Peak, std::string(kPeak(lang)))
-      ->type_name("dBTP")
+      ->type_name("DBTP")
       ->check(IsNumberIn(kLowestPeak, 0, lang));
   const auto isOffset = [lang](const std::string& text) {
     std::map<SoundKind, double> ignored;
