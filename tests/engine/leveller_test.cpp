@@ -28,7 +28,7 @@ constexpr std::size_t kHeldLive = std::size_t{Leveller::kHeldSecondsLive} * kSam
 
 // Something like speech: noise of one loudness.
 std::vector<std::int16_t> Noise(std::size_t count, double deviation = 2000) {
-  std::mt19937 random(1);
+  std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same every time
   std::uniform_real_distribution<double> uniform(-deviation, deviation);
   std::vector<std::int16_t> samples(count);
   std::ranges::generate(samples,
@@ -58,7 +58,7 @@ class PreparedSink final : public engine::SampleSink {
 };
 
 TEST(Leveller, SpeechOfAnyLengthAndLoudnessComesOutAsWanted) {
-  for (const double seconds : {0.1, 1.0, 7.0, 30.0})
+  for (const double seconds : {0.1, 1.0, 7.0, 30.0}) {
     for (const double deviation : {100.0, 2000.0, 12000.0}) {
       SCOPED_TRACE(testing::Message() << seconds << " s of " << deviation);
       const auto count = static_cast<std::size_t>(seconds * kSampleRate);
@@ -69,6 +69,7 @@ TEST(Leveller, SpeechOfAnyLengthAndLoudnessComesOutAsWanted) {
       EXPECT_EQ(sink.samples.size(), count);
       EXPECT_NEAR(LoudnessOf(sink), -23, kTolerance);
     }
+  }
 }
 
 TEST(Leveller, OffPassesEverythingAsItIs) {
@@ -192,7 +193,7 @@ TEST(Leveller, AnotherVolumeBeginsNewSpeechAndTheSameOneDoesNot) {
 
 TEST(Leveller, NoSampleOfMeasuredSpeechIsBent) {
   // Quiet noise with one high sample: as loud as wanted it would be far beyond full scale.
-  std::vector<std::int16_t> samples = Noise(kSampleRate * 4, 300);
+  std::vector<std::int16_t> samples = Noise(std::size_t{4} * kSampleRate, 300);
   samples[kSampleRate] = 20000;
   RecordingSink sink;
   Leveller leveller(sink, {.lufs = -12, .someoneListens = false});

@@ -33,7 +33,7 @@ std::vector<std::int16_t> Tone(double hertz, double seconds, double amplitude) {
 
 // Noise whose loudness changes from second to second, so that both gates have something to do.
 std::vector<std::int16_t> Noise(double seconds) {
-  std::mt19937 random(1);
+  std::mt19937 random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same every time
   std::normal_distribution<double> normal(0, 3000);
   std::vector<std::int16_t> samples(static_cast<std::size_t>(seconds * kSampleRate));
   for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -95,7 +95,7 @@ TEST(Loudness, LessThanThreeSecondsCountByTheirLoudestMoment) {
   std::vector<std::int16_t> samples = Tone(997, 0.5, 0.5);
   samples.resize(kSampleRate * 3 - 1);
   EXPECT_NEAR(*LoudnessOf(samples), -9.03, kTolerance);
-  samples.resize(kSampleRate * 3);
+  samples.resize(std::size_t{3} * kSampleRate);
   EXPECT_NEAR(*LoudnessOf(samples), Reference(samples), kTolerance);
   EXPECT_LT(*LoudnessOf(samples), -9.5);
 }
@@ -109,7 +109,7 @@ TEST(Loudness, ShortestClipsCountAsIfSilenceFollowed) {
 TEST(Loudness, SilenceHasNone) {
   EXPECT_EQ(LoudnessOf({}), std::nullopt);
   EXPECT_EQ(LoudnessOf(std::vector<std::int16_t>(kSampleRate)), std::nullopt);
-  EXPECT_EQ(LoudnessOf(std::vector<std::int16_t>(kSampleRate * 5)), std::nullopt);
+  EXPECT_EQ(LoudnessOf(std::vector<std::int16_t>(std::size_t{5} * kSampleRate)), std::nullopt);
   EXPECT_EQ(LoudnessOf(Tone(997, 5, 0.0002)), std::nullopt);
 }
 

@@ -141,9 +141,10 @@ class Loudness : public Audio {
   /// is one, then prepared phrases, and what the voice says between them.
   void ExpectLevelled(std::span<const float> heard) {
     EXPECT_LE(support::TruePeakOf(heard, kSampleRate), kHighestPeak);
-    for (const std::vector<float>& file : recordings_)
+    for (const std::vector<float>& file : recordings_) {
       for (std::size_t at = 0; (at = Find(heard, at, file)) < heard.size(); at += file.size())
         cuts_.push_back({at, at + file.size()});
+    }
     std::ranges::sort(cuts_, {}, &Cut::Begin);
     std::size_t voiceBegin = 0;
     for (const Cut& cut : cuts_) {
@@ -157,10 +158,12 @@ class Loudness : public Audio {
 
   void ReadRecordings() {
     for (const std::string& directory :
-         {SoundsPath(), stage().Steady() + "/de", stage().Steady() + "/en"})
-      for (const std::string& name : Entries(directory))
+         {SoundsPath(), stage().Steady() + "/de", stage().Steady() + "/en"}) {
+      for (const std::string& name : Entries(directory)) {
         if (name.ends_with(".wav"))
           recordings_.push_back(ReadSound(directory + "/" + name).samples);
+      }
+    }
     ASSERT_THAT(recordings_, SizeIs(14));
   }
 

@@ -46,9 +46,10 @@ std::vector<std::string> DoctorStation::Found(const std::vector<std::string>& op
   std::vector<std::string> found;
   const auto report = nlohmann::json::parse(ended.Out, nullptr, false);
   if (report.is_discarded()) return {"no report: " + ended.Out + ended.Err};
-  for (const auto& finding : report["findings"])
+  for (const auto& finding : report["findings"]) {
     found.push_back(finding["finding"].get<std::string>() + " " +
                     finding["file"].get<std::string>());
+  }
   EXPECT_EQ(ended.Status, found.empty() ? 0 : 1) << ended.Out;
   return found;
 }

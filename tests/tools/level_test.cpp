@@ -58,10 +58,11 @@ void WriteRecording(const std::string& path, const Recording& recording) {
   const long count = frames(recording.Seconds);
   std::vector<double> mono(static_cast<std::size_t>(frames(recording.SilenceBefore) + count +
                                                     frames(recording.SilenceAfter)));
-  for (long i = 0; i < count; ++i)
+  for (long i = 0; i < count; ++i) {
     mono[static_cast<std::size_t>(frames(recording.SilenceBefore) + i)] =
         recording.Amplitude *
         std::cos(2 * std::numbers::pi * 997 * static_cast<double>(i) / recording.SampleRate);
+  }
   if (recording.Click != 0) mono[mono.size() / 2] = recording.Click;
   for (const double sample : mono) {
     const std::vector<double> frame(static_cast<std::size_t>(recording.Channels), sample);
@@ -140,7 +141,7 @@ class LevelFiles : public testing::Test {
 };
 
 TEST_F(LevelFiles, MeasuresLoudnessAsTheReferenceDoes) {
-  for (const double seconds : {0.1, 0.4, 1.0, 2.99, 3.0, 10.0})
+  for (const double seconds : {0.1, 0.4, 1.0, 2.99, 3.0, 10.0}) {
     for (const int rate : {8000, 22050, 44100, 48000}) {
       SCOPED_TRACE(testing::Message() << seconds << " s at " << rate << " Hz");
       const std::string file =
@@ -153,6 +154,7 @@ TEST_F(LevelFiles, MeasuresLoudnessAsTheReferenceDoes) {
       EXPECT_EQ(File().at("sampleRate"), rate);
       EXPECT_EQ(File().at("measure"), seconds < 3 ? "momentary" : "integrated");
     }
+  }
 }
 
 TEST_F(LevelFiles, ShortClipCountsByItsLoudestMoment) {
@@ -193,9 +195,9 @@ TEST_F(LevelFiles, ReportAloneChangesNothing) {
 }
 
 TEST_F(LevelFiles, EveryCodingIsWrittenOnTargetAndKept) {
-  for (const int container : {SF_FORMAT_WAV, SF_FORMAT_WAVEX})
+  for (const int container : {SF_FORMAT_WAV, SF_FORMAT_WAVEX}) {
     for (const int coding : {SF_FORMAT_PCM_U8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_PCM_32,
-                             SF_FORMAT_FLOAT, SF_FORMAT_DOUBLE})
+                             SF_FORMAT_FLOAT, SF_FORMAT_DOUBLE}) {
       for (const int channels : {1, 2}) {
         SCOPED_TRACE(testing::Message()
                      << std::hex << container << " " << coding << " " << channels);
@@ -213,6 +215,8 @@ TEST_F(LevelFiles, EveryCodingIsWrittenOnTargetAndKept) {
         EXPECT_EQ(after.Info.frames, before.frames);
         fs::remove(file + ".orig");
       }
+    }
+  }
 }
 
 TEST_F(LevelFiles, GainChangesNothingButTheHeightOfTheSamples) {

@@ -55,7 +55,7 @@ std::string InEncoding(const char* encoding, const std::string& document) {
   char* to = result.data();
   std::size_t left = text.size();
   std::size_t room = result.size();
-  const iconv_t converter = iconv_open(encoding, "UTF-8");
+  iconv_t converter = iconv_open(encoding, "UTF-8");
   EXPECT_EQ(iconv(converter, &from, &left, &to, &room), 0U) << encoding;
   iconv_close(converter);
   result.resize(result.size() - room);
