@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
-#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -189,10 +189,12 @@ class Loudness : public Audio {
 
   static std::size_t Find(std::span<const float> heard, std::size_t from,
                           const std::vector<float>& recording) {
-    const auto begin = heard.begin() + static_cast<std::ptrdiff_t>(from);
-    const auto found = std::search(
-        begin, heard.end(), std::boyer_moore_horspool_searcher(recording.begin(), recording.end()));
-    return static_cast<std::size_t>(found - heard.begin());
+    const auto rest = std::as_bytes(heard.subspan(from));
+    const auto wanted = std::as_bytes(std::span(recording));
+    const void* found = memmem(rest.data(), rest.size(), wanted.data(), wanted.size());
+    return found == nullptr
+               ? heard.size()
+               : static_cast<std::size_t>(static_cast<const float*>(found) - heard.data());
   }
 
   void ExpectOnTarget(std::span<const float> part, const std::string& what) {
