@@ -52,39 +52,39 @@ std::string ActionFor(const Completion& completion) {
 }
 
 /// ":MESSAGE:ACTION" for each argument.
-std::string ArgumentSpecs(const ListedOption& option) {
-  std::string specs;
+std::string ArgumentItems(const ListedOption& option) {
+  std::string items;
   for (const std::string& argument : option.Arguments)
-    specs += ":" + Escaped(argument, ":\\") + ":" + ActionFor(CompletionOf(option, argument));
-  return specs;
+    items += ":" + Escaped(argument, ":\\") + ":" + ActionFor(CompletionOf(option, argument));
+  return items;
 }
 
 /// An option with all its names: one excludes the others.
-std::string OptionSpecs(const ListedOption& option) {
-  std::string specs;
+std::string OptionItems(const ListedOption& option) {
+  std::string items;
   const std::string arguments =
-      "[" + Escaped(option.Description, "[]\\") + "]" + ArgumentSpecs(option);
+      "[" + Escaped(option.Description, "[]\\") + "]" + ArgumentItems(option);
   const std::string before = option.bRepeated          ? "*"
                              : option.Names.size() > 1 ? "(" + Joined(option.Names) + ")"
                                                        : "";
   for (const std::string& name : option.Names) {
     const std::string inlineArgument =
         name.starts_with("--") && !option.Arguments.empty() ? "=" : "";
-    specs += " \\\n    " +
+    items += " \\\n    " +
              InShellQuotes(fmt::format("{}{}{}{}", before, name, inlineArgument, arguments));
   }
-  return specs;
+  return items;
 }
 
-std::string OperandSpec(const ListedOption& operand) {
-  return " \\\n    " + InShellQuotes((operand.bRepeated ? "*" : "") + ArgumentSpecs(operand));
+std::string OperandItem(const ListedOption& operand) {
+  return " \\\n    " + InShellQuotes((operand.bRepeated ? "*" : "") + ArgumentItems(operand));
 }
 
-std::string SpecsOf(const CLI::App& command) {
-  std::string specs;
+std::string ItemsOf(const CLI::App& command) {
+  std::string items;
   for (const ListedOption& option : OptionsOf(command))
-    specs += option.IsOperand() ? OperandSpec(option) : OptionSpecs(option);
-  return specs;
+    items += option.IsOperand() ? OperandItem(option) : OptionItems(option);
+  return items;
 }
 
 std::string CommandDescriptions(const CLI::App& app) {
@@ -99,12 +99,12 @@ std::string CommandDescriptions(const CLI::App& app) {
 std::string CommandCases(const CLI::App& app) {
   std::string text;
   for (const CLI::App* command : CommandsOf(app))
-    text += "        " + command->get_name() + ") _arguments -S" + SpecsOf(*command) + " ;;\n";
+    text += "        " + command->get_name() + ") _arguments -S" + ItemsOf(*command) + " ;;\n";
   return text;
 }
 
 std::string Function(const std::string& name, const CLI::App& app) {
-  return "\n" + name + std::string(kBeginOfFunction) + SpecsOf(app) +
+  return "\n" + name + std::string(kBeginOfFunction) + ItemsOf(app) +
          " \\\n    '1:command:->command' '*::argument:->argument' && return\n"
          "  case $state in\n    command)\n      local -a commands=(\n" +
          CommandDescriptions(app) +
