@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <random>
@@ -110,7 +111,19 @@ TEST_F(LexiconOnDisk, ReplacedFileKeepsItsModeAndLeavesNothingBehind) {
   tools::ReplaceFile(file, "new");
   EXPECT_EQ(support::ReadFile(file), "new");
   EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
-  EXPECT_FALSE(std::filesystem::exists(file + ".new"));
+  const auto entries = std::filesystem::directory_iterator(dir.Path());
+  EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+TEST_F(LexiconOnDisk, ReplacedFileKeepsItsOwner) {
+  constexpr uid_t kNobody = 65534;
+  const std::string file = dir.Write("lexicon", "old");
+  if (::chown(file.c_str(), kNobody, kNobody) != 0) GTEST_SKIP() << "only root gives files away";
+  tools::ReplaceFile(file, "new");
+  struct stat status {};
+  ASSERT_EQ(::stat(file.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, kNobody);
+  EXPECT_EQ(status.st_gid, kNobody);
 }
 
 TEST_F(LexiconOnDisk, LinkStaysALink) {

@@ -8,7 +8,7 @@
 #include <new>
 
 #include "common/cannot_run.h"
-#include "level/replacement.h"
+#include "common/replacement.h"
 
 namespace tools {
 

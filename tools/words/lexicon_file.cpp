@@ -1,11 +1,10 @@
 #include "words/lexicon_file.h"
 
 #include <algorithm>
-#include <fstream>
 #include <numeric>
-#include <system_error>
 
 #include "common/cannot_run.h"
+#include "common/replacement.h"
 #include "common/station.h"
 
 namespace tools {
@@ -133,23 +132,10 @@ LexiconAddition Add(const LexiconFile& lexicon, const std::string& word,
 }
 
 void ReplaceFile(const fs::path& file, const std::string& bytes) {
-  std::error_code problem;
-  // A link stays a link: what it leads to is replaced.
-  const fs::path target = fs::weakly_canonical(file, problem);
-  const fs::path draft = target.string() + ".new";
-  std::ofstream stream(draft, std::ios::binary | std::ios::trunc);
-  stream << bytes;
-  stream.close();
-  if (!stream) {
-    fs::remove(draft, problem);
+  Replacement replacement(file);
+  if (!WriteAll(replacement.Descriptor(), bytes.data(), bytes.size()))
     throw CannotRun(kNotWritten, file);
-  }
-  fs::permissions(draft, fs::status(target, problem).permissions(), problem);
-  fs::rename(draft, target, problem);
-  if (!problem) return;
-  std::error_code ignored;
-  fs::remove(draft, ignored);
-  throw CannotRun(kNotWritten, file);
+  replacement.Commit();
 }
 
 }  // namespace tools

@@ -1,4 +1,4 @@
-#include "level/replacement.h"
+#include "common/replacement.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -36,7 +36,7 @@ bool TakeOwnerAndMode(int descriptor, const struct stat& model) {
 
 /// A new file in a directory, under a name that nobody has. Invalid if that fails.
 kaDescriptor CreateBeside(const fs::path& file, fs::path& name) {
-  std::string pattern = file.parent_path() / ".ka-tts-level.XXXXXX";
+  std::string pattern = file.parent_path() / ".ka-tts.XXXXXX";
   kaDescriptor descriptor(::mkostemp(pattern.data(), O_CLOEXEC));
   if (descriptor.IsValid()) name = pattern;
   return descriptor;
