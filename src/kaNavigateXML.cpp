@@ -77,11 +77,23 @@ xmlpp::NodeSet FindChildren(xmlpp::Node* node, const std::string& name) {
   return found;
 }
 
+/// No text at all is refused by the parser, and the document before is gone as after any failure.
+void Refuse(xmlpp::DomParser& parser) {
+  parser.parse_memory("");
+}
+
+void ParsePlain(xmlpp::DomParser& parser, const std::string& document) {
+  const kaUnwordedXmlFaults faults;
+  parser.parse_memory(document);
+  if (faults.Occurred()) Refuse(parser);
+}
+
 void ParseFromNetwork(xmlpp::DomParser& parser, const std::string& document) {
   const kaClosedXmlWorld closed;
   parser.set_parser_options(XML_PARSE_NONET);
-  // No text at all is refused by the parser, and the document before is gone as after any failure.
-  parser.parse_memory(ExpandsWithinLimit(document) ? document : "");
+  if (IsPlainXml(document)) return ParsePlain(parser, document);
+  if (!ExpandsWithinLimit(document)) return Refuse(parser);
+  parser.parse_memory(document);
 }
 
 }  // namespace
@@ -119,8 +131,8 @@ bool CkaNavigateXML::Initialize(const char* source, bool validate, bool fromMemo
 
 void CkaNavigateXML::ReleaseDocument() {
   try {
-    Parser.parse_memory("");
-  } catch (...) {  // refused as it is meant to be: the document before is gone then
+    Refuse(Parser);
+  } catch (...) {  // as it is meant to be
   }
 }
 

@@ -17,8 +17,31 @@ class kaClosedXmlWorld {
   kaClosedXmlWorld& operator=(const kaClosedXmlWorld&) = delete;
 };
 
+/// While it lives, faults that the calling thread's XML parsers find are noted here and nowhere
+/// else: libxml++ throws nothing for those that leave a document well-formed, and no text for the
+/// others. Only for plain documents: where entities refer to each other, libxml2 ends a loop by its
+/// memory of the fault.
+class kaUnwordedXmlFaults {
+ public:
+  kaUnwordedXmlFaults();
+  ~kaUnwordedXmlFaults();
+  kaUnwordedXmlFaults(const kaUnwordedXmlFaults&) = delete;
+  kaUnwordedXmlFaults& operator=(const kaUnwordedXmlFaults&) = delete;
+
+  /// Whether there was a fault, or something that deserved a warning.
+  bool Occurred() const { return occurred_; }
+
+ private:
+  bool occurred_ = false;
+};
+
 /// Switches the XML library's own messages on standard error off, for the calling thread.
 void SilenceXmlLibrary();
+
+/// Whether `document` is known at sight to declare nothing, so that nothing in it expands: it
+/// begins with an element, hence is in UTF-8, and no "<!" is in it. Not every document without
+/// declarations is plain, but nearly all blocks are.
+bool IsPlainXml(const std::string& document);
 
 /// Largest size in bytes to which a document from the network may expand.
 constexpr std::size_t kMaxExpandedXml = 262144;

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "hostile_documents.h"
+#include "kaXmlGuard.h"
 #include "output_of.h"
 #include "support/temp_dir.h"
 
@@ -119,6 +120,48 @@ TEST_F(NavigateXml, MalformedDocumentsFailSilently) {
         << document;
     EXPECT_FALSE(result) << document;
   }
+}
+
+TEST_F(NavigateXml, FaultsOfNamespacesAndTheirWarningsAreRefusals) {
+  for (const char* document :
+       {"<a:b/>", "<r a:b='1'/>", "<r xmlns='x y'/>", "<r xmlns='relative'/>", "<r xmlns:a=''/>",
+        "<r xmlns:a='u:v' a:b='1' a:b='2'/>"}) {
+    bool result = true;
+    EXPECT_EQ(OutputOf([&] { result = Load(document); }), Nothing()) << document;
+    EXPECT_FALSE(result) << document;
+    EXPECT_EQ(Xml.Parser.get_document(), nullptr) << document;
+  }
+}
+
+TEST_F(NavigateXml, PlainDocumentsAreDocumentsFromMemoryWhereTheyAreFromAFile) {
+  const std::string pieces[] = {
+      "<row a='1'/>",  "<a:b/>", "<r>",        "</r>",   "&",    "&amp;",
+      "xmlns:a='u:v'", " ",      " a:b='1'",   "&none;", "&#0;", "xml:id='1'",
+      "<row a:b='1'",  "/>",     "\xff",       "é",      "]]>",  "<?a?>",
+      "<?xml?>",       "]",      "xmlns='x y'"};
+  int documents = 0;
+  for (unsigned int seed = 0; seed < 3000; ++seed) {
+    std::mt19937 random(seed);
+    std::string document = random() % 2 == 0 ? "<r>" : "<r ";
+    for (auto count = random() % 6; count > 0; --count)
+      document += pieces[random() % std::size(pieces)];
+    if (random() % 4 != 0) document += document[2] == '>' ? "</r>" : "/>";
+    ASSERT_TRUE(IsPlainXml(document));
+    Reader fromFile;
+    const bool expected = fromFile.Initialize(Directory.Write("x", document), false, false);
+    EXPECT_EQ(Load(document), expected) << document;
+    documents += expected ? 1 : 0;
+  }
+  EXPECT_GT(documents, 300);
+  EXPECT_LT(documents, 2700);
+}
+
+TEST_F(NavigateXml, FaultOfAPlainDocumentIsNotRememberedForTheNext) {
+  EXPECT_FALSE(Load("<r>&none;</r>"));
+  EXPECT_TRUE(Load("<r/>"));
+  EXPECT_FALSE(Load("<a:b/>"));
+  EXPECT_TRUE(Load("<?xml version='1.0'?><r/>"));
+  EXPECT_FALSE(Load("<?xml version='1.0'?><a:b/>"));
 }
 
 TEST_F(NavigateXml, DirectoryIsNoDocument) {

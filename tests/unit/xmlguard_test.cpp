@@ -19,12 +19,16 @@ namespace {
 
 using DocumentPtr = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
 
+DocumentPtr Read(const std::string& document, int options = 0) {
+  return {
+      xmlReadMemory(document.c_str(), static_cast<int>(document.size()), nullptr, nullptr, options),
+      &xmlFreeDoc};
+}
+
 /// The text of a document, its entities substituted, as libxml2 reads it.
 std::string TextOf(const std::string& document) {
-  const DocumentPtr parsed(
-      xmlReadMemory(document.c_str(), static_cast<int>(document.size()), nullptr, nullptr,
-                    XML_PARSE_NOENT | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
-      &xmlFreeDoc);
+  const DocumentPtr parsed =
+      Read(document, XML_PARSE_NOENT | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
   if (!parsed) return "not parsed";
   const std::unique_ptr<xmlChar, decltype(xmlFree)> text(
       xmlNodeGetContent(xmlDocGetRootElement(parsed.get())), xmlFree);
@@ -47,9 +51,7 @@ std::string KilobytesInAttributes(int count) {
                     "<rbl>" + Repeated("<row a='&k;'/>", count) + "</rbl>");
 }
 
-/// A document in another encoding, which its declaration names.
-std::string InEncoding(const char* encoding, const std::string& document) {
-  std::string text = std::string("<?xml version='1.0' encoding='") + encoding + "'?>" + document;
+std::string Converted(const char* encoding, std::string text) {
   std::string result(4 * text.size() + 4, '\0');
   char* from = text.data();
   char* to = result.data();
@@ -62,7 +64,46 @@ std::string InEncoding(const char* encoding, const std::string& document) {
   return result;
 }
 
+/// A document in another encoding, which its declaration names.
+std::string InEncoding(const char* encoding, const std::string& document) {
+  return Converted(encoding,
+                   std::string("<?xml version='1.0' encoding='") + encoding + "'?>" + document);
+}
+
 }  // namespace
+
+TEST(IsPlainXml, IsADocumentThatBeginsWithAnElementAndDeclaresNothing) {
+  for (const char* document :
+       {"<r/>", "<rbl><row a='1'/></rbl>", "<r>&amp;&#65;</r>", "<R", "<r é='1'/>"})
+    EXPECT_TRUE(IsPlainXml(document)) << document;
+  for (const char* document :
+       {"", "<", "r", " <r/>", "<?xml version='1.0'?><r/>", "<!DOCTYPE r><r/>", "<r><!-- --></r>",
+        "<r><![CDATA[]]></r>", "<1/>", "</r>"})
+    EXPECT_FALSE(IsPlainXml(document)) << document;
+}
+
+TEST(IsPlainXml, IsInUtf8) {
+  const std::string document = "<r>declared</r>";
+  for (const char* encoding : {"UTF-16", "UTF-16LE", "UTF-16BE", "UCS-4BE", "UCS-4LE", "IBM037"})
+    EXPECT_FALSE(IsPlainXml(Converted(encoding, document))) << encoding;
+  EXPECT_FALSE(IsPlainXml("\xEF\xBB\xBF" + document)) << "a byte order mark";
+}
+
+TEST(UnwordedXmlFaults, AreNotedAndForgotten) {
+  const kaUnwordedXmlFaults faults;
+  EXPECT_FALSE(faults.Occurred());
+  EXPECT_NE(Read("<a:b/>"), nullptr) << "well-formed, though not by its namespaces";
+  EXPECT_TRUE(faults.Occurred());
+  EXPECT_EQ(xmlGetLastError(), nullptr);
+}
+
+TEST(UnwordedXmlFaults, EndWithIt) {
+  { const kaUnwordedXmlFaults faults; }
+  SilenceXmlLibrary();
+  EXPECT_EQ(Read("<r"), nullptr);
+  EXPECT_NE(xmlGetLastError(), nullptr);
+  xmlResetLastError();
+}
 
 TEST(ExpandsWithinLimit, LimitIs256KiB) {
   EXPECT_EQ(kMaxExpandedXml, 262144U);
@@ -79,7 +120,9 @@ TEST(ExpandsWithinLimit, PlainDocumentsDo) {
 }
 
 TEST(ExpandsWithinLimit, LargeDocumentWithoutATypeDeclarationHasNothingToExpand) {
-  EXPECT_TRUE(ExpandsWithinLimit("<r>" + std::string(1 << 20, 'x') + "</r>"));
+  const std::string text(1 << 20, 'x');
+  for (const char* start : {"", "<?xml version='1.0'?>", "<!-- none -->"})
+    EXPECT_TRUE(ExpandsWithinLimit(start + ("<r>" + text + "</r>"))) << start;
 }
 
 TEST(ExpandsWithinLimit, DocumentsThatAreNotWellFormedDoNot) {
