@@ -91,11 +91,21 @@ std::vector<Contender> MakePair(const BenchStation& station, const FloorRow& row
   return pair;
 }
 
-void AddFloorRow(Table& table, const Limits& limits, const FloorRow& row, std::size_t rounds) {
+/// More for a message that costs little: the time of its commands is told in ticks of 10 ms.
+std::size_t Rounds(const Options& options, const FloorRow& row) {
+  constexpr std::size_t kMoreTexts = 10;
+  constexpr std::size_t kMoreBlocks = 5;
+  if (options.Quick || row.Speech != Engine::None || row.Rows > 1) return options.Messages;
+  return options.Messages * (row.Rows == 0 ? kMoreTexts : kMoreBlocks);
+}
+
+void AddFloorRow(Table& table, const Limits& limits, const FloorRow& row, const Options& options) {
   const BenchStation station(row.Speech);
+  // Otherwise the floor would read lexica again that the server reads no more.
+  if (!options.Quick) LetFilesAge();
   const auto untilSample = [&station](double begin) { return station.FirstSampleTime() - begin; };
   const std::vector<Costs> costs =
-      Alternate(MakePair(station, row), row.Messages, rounds,
+      Alternate(MakePair(station, row), row.Messages, Rounds(options, row),
                 row.UntilFirstSample ? Stopwatch(untilSample) : Stopwatch(UntilAnswer));
   const Costs& server = costs[0];
   const Costs& floor = costs[1];
@@ -110,14 +120,6 @@ void AddFloorRow(Table& table, const Limits& limits, const FloorRow& row, std::s
   limits.AtMost(row.Name + ": CPU with its commands against the floor", total, 1.05, "");
 }
 
-/// More for a message that costs little: the time of its commands is told in ticks of 10 ms.
-std::size_t Rounds(const Options& options, const FloorRow& row) {
-  constexpr std::size_t kMoreTexts = 10;
-  constexpr std::size_t kMoreBlocks = 5;
-  if (options.Quick || row.Speech != Engine::None || row.Rows > 1) return options.Messages;
-  return options.Messages * (row.Rows == 0 ? kMoreTexts : kMoreBlocks);
-}
-
 void MeasureFloor(const Options& options) {
   Table table(
       "Server against the floor program, alternating, " + std::to_string(options.Messages) +
@@ -127,7 +129,7 @@ void MeasureFloor(const Options& options) {
        "flr own", "own ratio", "all CPU", "flr all", "all ratio"});
   const Limits limits(options.Out);
   for (const FloorRow& row : FloorRows())
-    AddFloorRow(table, limits, row, Rounds(options, row));
+    AddFloorRow(table, limits, row, options);
   table.Print();
   table.Save(options.Out, "floor");
 }

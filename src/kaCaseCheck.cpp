@@ -12,8 +12,8 @@
 
 namespace {
 
-std::uint32_t HashOf(const std::string& name) {
-  return static_cast<std::uint32_t>(std::hash<std::string>{}(name));
+std::uint32_t HashOf(std::string_view name) {
+  return static_cast<std::uint32_t>(std::hash<std::string_view>{}(name));
 }
 
 bool CompareNumbers(int comparison, int left, int right) {
@@ -118,16 +118,16 @@ void CkaCaseCheck::IndexResults(std::size_t count) {
     AddResult(result.Name, result.bIsTrue);
 }
 
-void CkaCaseCheck::AddResult(const std::string& name, bool isTrue) {
+void CkaCaseCheck::AddResult(std::string_view name, bool isTrue) {
   SimpleCases.push_back({name, isTrue});
   const std::uint32_t hash = HashOf(name);
   Slots[SlotIndex(name, hash)] = {hash, static_cast<std::uint32_t>(SimpleCases.size())};
 }
 
 /// The slot of the last result called `name`, a free one if there is none.
-std::size_t CkaCaseCheck::SlotIndex(const std::string& name, std::uint32_t hash) const {
+std::size_t CkaCaseCheck::SlotIndex(std::string_view name, std::uint32_t hash) const {
   const std::size_t mask = Slots.size() - 1;
-  const auto isOther = [this, &name, hash](const kaSlot& slot) {
+  const auto isOther = [this, name, hash](const kaSlot& slot) {
     return slot.Position != 0 && (slot.Hash != hash || SimpleCases[slot.Position - 1].Name != name);
   };
   std::size_t index = hash & mask;

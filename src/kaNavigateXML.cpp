@@ -89,10 +89,10 @@ void ParsePlain(xmlpp::DomParser& parser, const std::string& document) {
 }
 
 void ParseFromNetwork(xmlpp::DomParser& parser, const std::string& document) {
-  const kaClosedXmlWorld closed;
-  parser.set_parser_options(XML_PARSE_NONET);
   if (IsPlainXml(document)) return ParsePlain(parser, document);
   if (!ExpandsWithinLimit(document)) return Refuse(parser);
+  const kaClosedXmlWorld closed;
+  parser.set_parser_options(XML_PARSE_NONET);
   parser.parse_memory(document);
 }
 
