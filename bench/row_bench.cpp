@@ -20,9 +20,10 @@ void ComposeRow(benchmark::State& state, const bench::DocumentShape& shape) {
   CkaRBLDataContent content;
   content.Initialize(bench::BlockText(1), false, true);
   content.ReadContent();
+  const kaCaseIndex index(builder.CaseData);
   for ([[maybe_unused]] auto iteration : state) {
     CkaCaseCheck cases;
-    cases.Initialize(&builder.CaseData, &content);
+    cases.Initialize(&builder.CaseData, &content, &index);
     cases.CheckForRow(0);
     for (int language = 0; language < 2; ++language) {
       std::vector<kaReport> reports;

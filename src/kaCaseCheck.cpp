@@ -1,8 +1,6 @@
 #include "kaCaseCheck.h"
 
 #include <algorithm>
-#include <bit>
-#include <functional>
 #include <iterator>
 #include <utility>
 
@@ -11,10 +9,6 @@
 #include "kaRBLDataContent.h"
 
 namespace {
-
-std::uint32_t HashOf(std::string_view name) {
-  return static_cast<std::uint32_t>(std::hash<std::string_view>{}(name));
-}
 
 bool CompareNumbers(int comparison, int left, int right) {
   switch (comparison) {
@@ -73,31 +67,51 @@ bool Combine(int combination, std::ptrdiff_t trueCount, std::ptrdiff_t count) {
 }  // namespace
 
 CkaCaseCheck::CkaCaseCheck()
-    : bIsInitialized(false), CaseFormat(nullptr), RBLContent(nullptr), Slots(1) {
+    : bIsInitialized(false),
+      CaseFormat(nullptr),
+      RBLContent(nullptr),
+      GivenIndex(nullptr),
+      FirstResult(0),
+      bIsComplete(false) {
   _KA_THISCLASS_MSG_ID = 11000;
 }
 
-bool CkaCaseCheck::Initialize(CkaCases* cases, CkaRBLDataContent* content) {
+bool CkaCaseCheck::Initialize(CkaCases* cases, CkaRBLDataContent* content,
+                              const kaCaseIndex* index) {
   CaseFormat = cases;
   RBLContent = content;
+  GivenIndex = index;
+  bIsComplete = false;
   return true;
 }
 
 int CkaCaseCheck::CheckForRow(int row) {
   const kaJoinedOutput joined;
+  if (GivenIndex == nullptr) OwnIndex = kaCaseIndex(*CaseFormat);
   const int count = CaseFormat->GetCaseCount();
-  IndexResults(SimpleCases.size() + static_cast<std::size_t>(count));
+  FirstResult = SimpleCases.size();
+  bIsComplete = false;
+  SimpleCases.reserve(FirstResult + static_cast<std::size_t>(count));
   bool result = false;
   for (int i = 0; i < count; ++i) {
     result = EvaluateCase(row, i, result);
-    AddResult(CaseFormat->GetCaseAt(i).Id, result);
+    SimpleCases.push_back({CaseFormat->GetCaseAt(i).Id, result});
   }
+  bIsComplete = true;
   return 0;
 }
 
 bool CkaCaseCheck::IsCaseTrue(const std::string& name) const {
-  const std::uint32_t position = Slots[SlotIndex(name, HashOf(name))].Position;
-  return position != 0 && SimpleCases[position - 1].bIsTrue;
+  auto end = SimpleCases.end();
+  if (bIsComplete) {
+    const std::optional<std::size_t> position = Index().Find(name);
+    if (position) return SimpleCases[FirstResult + *position].bIsTrue;
+    end = SimpleCases.begin() + static_cast<std::ptrdiff_t>(FirstResult);
+  }
+  const auto found =
+      std::find_if(std::make_reverse_iterator(end), SimpleCases.rend(),
+                   [&name](const kaSimpleCase& result) { return result.Name == name; });
+  return found != SimpleCases.rend() && found->bIsTrue;
 }
 
 bool CkaCaseCheck::IsCaseTrue(const char* name) const {
@@ -108,34 +122,6 @@ bool CkaCaseCheck::IsCaseTrue(char* name) const {
   return IsCaseTrue(std::string(name));
 }
 
-/// Makes room for `count` results and enters those that are there.
-void CkaCaseCheck::IndexResults(std::size_t count) {
-  std::vector<kaSimpleCase> results = std::move(SimpleCases);
-  SimpleCases.clear();
-  SimpleCases.reserve(count);
-  Slots.assign(std::bit_ceil(2 * count + 1), {});
-  for (const kaSimpleCase& result : results)
-    AddResult(result.Name, result.bIsTrue);
-}
-
-void CkaCaseCheck::AddResult(std::string_view name, bool isTrue) {
-  SimpleCases.push_back({name, isTrue});
-  const std::uint32_t hash = HashOf(name);
-  Slots[SlotIndex(name, hash)] = {hash, static_cast<std::uint32_t>(SimpleCases.size())};
-}
-
-/// The slot of the last result called `name`, a free one if there is none.
-std::size_t CkaCaseCheck::SlotIndex(std::string_view name, std::uint32_t hash) const {
-  const std::size_t mask = Slots.size() - 1;
-  const auto isOther = [this, name, hash](const kaSlot& slot) {
-    return slot.Position != 0 && (slot.Hash != hash || SimpleCases[slot.Position - 1].Name != name);
-  };
-  std::size_t index = hash & mask;
-  while (isOther(Slots[index]))
-    index = (index + 1) & mask;
-  return index;
-}
-
 bool CkaCaseCheck::EvaluateCase(int row, int caseIndex, bool previous) const {
   switch (CaseFormat->GetTypeAt(caseIndex)) {
     case CkaCases::_CS_SUBSTR:
@@ -143,10 +129,20 @@ bool CkaCaseCheck::EvaluateCase(int row, int caseIndex, bool previous) const {
     case CkaCases::_CS_STRLEN:
       return CheckStrlenForRow(row, caseIndex);
     case CkaCases::_CS_OPERATION:
-      return CheckOperationForRow(row, caseIndex);
+      return EvaluateOperation(row, caseIndex);
     default:
       return previous;
   }
+}
+
+/// CheckOperationForRow without a search where every reference is one to a case before.
+bool CkaCaseCheck::EvaluateOperation(int row, int caseIndex) const {
+  const auto references = Index().ReferencesOf(static_cast<std::size_t>(caseIndex));
+  if (references.empty()) return CheckOperationForRow(row, caseIndex);
+  const auto trueCount = std::count_if(
+      references.begin(), references.end(),
+      [this](std::size_t position) { return SimpleCases[FirstResult + position].bIsTrue; });
+  return Combine(CaseFormat->GetOperatorAt(caseIndex), trueCount, std::ssize(references));
 }
 
 std::optional<std::string> CkaCaseCheck::PartUnderTest(int row, int caseIndex) const {

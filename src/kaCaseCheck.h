@@ -1,12 +1,13 @@
 #ifndef KA_CASE_CHECK_H
 #define KA_CASE_CHECK_H
 
-#include <cstdint>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "kaCaseIndex.h"
 #include "kaSuperior.h"
 
 class CkaCases;
@@ -24,8 +25,10 @@ class CkaCaseCheck : public CkaSuperior {
 
   CkaCaseCheck();
 
-  /// \param cases, content outlive the object and stay as they are. Always true.
-  bool Initialize(CkaCases* cases, CkaRBLDataContent* content);
+  /// \param cases,content,index outlive the object and stay as they are
+  /// \param index that of `cases`; without one each CheckForRow makes its own
+  /// \return always true
+  bool Initialize(CkaCases* cases, CkaRBLDataContent* content, const kaCaseIndex* index = nullptr);
 
   /// Evaluates every case for row `row` (from 0). Always 0.
   /// \throws std::out_of_range for a substring case whose begin lies outside the value.
@@ -51,22 +54,15 @@ class CkaCaseCheck : public CkaSuperior {
   std::vector<kaSimpleCase> SimpleCases;
 
  private:
+  const kaCaseIndex& Index() const { return GivenIndex == nullptr ? OwnIndex : *GivenIndex; }
   bool EvaluateCase(int row, int caseIndex, bool previous) const;
+  bool EvaluateOperation(int row, int caseIndex) const;
 
-  /// Where the last result of a name stands in SimpleCases, counted from 1; 0 is a free slot. The
-  /// hash tells most other names apart without a look at them.
-  struct kaSlot {
-    std::uint32_t Hash = 0;
-    std::uint32_t Position = 0;
-  };
-
-  void IndexResults(std::size_t count);
-  void AddResult(std::string_view name, bool isTrue);
-  std::size_t SlotIndex(std::string_view name, std::uint32_t hash) const;
-
-  /// An open hash table, at most half full. It is made anew for every row, and with thousands of
-  /// cases a table of nodes would cost more than the cases themselves.
-  std::vector<kaSlot> Slots;
+  const kaCaseIndex* GivenIndex;
+  kaCaseIndex OwnIndex;
+  /// Where the results of the last CheckForRow begin; those before are of earlier ones.
+  std::size_t FirstResult;
+  bool bIsComplete;  ///< whether the last CheckForRow came to its end
 };
 
 #endif

@@ -96,10 +96,11 @@ void CkaSpeechbuilder::ReadConfiguration() {
 }
 
 bool CkaSpeechbuilder::ReadDocument(const std::string& path) {
-  return ReadSection(SpeechFormat, path, &CkaSpeechFormat::ReadReferences) &&
-         ReadSection(RBLDataFormat, path, &CkaRBLDataFormat::ReadAssembly) &&
-         ReadSection(CaseData, path, &CkaCases::ReadCases) &&
-         ReadSection(SpeechGen, path, &CkaSpeechGen::ReadSpeechBuildSeq);
+  const bool casesAreRead = ReadSection(SpeechFormat, path, &CkaSpeechFormat::ReadReferences) &&
+                            ReadSection(RBLDataFormat, path, &CkaRBLDataFormat::ReadAssembly) &&
+                            ReadSection(CaseData, path, &CkaCases::ReadCases);
+  CaseIndex = kaCaseIndex(CaseData);
+  return casesAreRead && ReadSection(SpeechGen, path, &CkaSpeechGen::ReadSpeechBuildSeq);
 }
 
 std::string CkaSpeechbuilder::GetPlayAnnounce() const {
@@ -178,7 +179,7 @@ bool CkaSpeechbuilder::CreateAnnouncements(CkaRBLDataContent& content, int rowCo
   const int languages = SpeechFormat.GetLanguageCount();
   for (int row = 0; row < rowCount; ++row) {
     CkaCaseCheck cases;
-    cases.Initialize(&CaseData, &content);
+    cases.Initialize(&CaseData, &content, &CaseIndex);
     cases.CheckForRow(row);
     for (int lang = 0; lang < languages; ++lang) {
       kaAnnouncementText announcement;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "kaCaseIndex.h"
 #include "kaCases.h"
 #include "kaLexiconCache.h"
 #include "kaOutput.h"
@@ -116,6 +117,7 @@ class CkaSpeechbuilder : public CkaSuperior {
   std::string PlayBlock;
   std::string SaveBlock;
   std::string engineName;
+  kaCaseIndex CaseIndex;  ///< of CaseData
 
  private:
   void ReadConfiguration();

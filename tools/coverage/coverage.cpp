@@ -101,7 +101,7 @@ bool Coverage::Follow(CkaRBLDataContent& content, int rows, Reached& reached) {
 
 void Coverage::FollowRow(CkaRBLDataContent& content, int row, Reached& reached) {
   CkaCaseCheck cases;
-  cases.Initialize(&builder_.CaseData, &content);
+  cases.Initialize(&builder_.CaseData, &content, &builder_.CaseIndex);
   cases.CheckForRow(row);
   for (std::size_t i = 0; i < items_.Cases.size(); ++i)
     reached.push_back(items_.Cases[i] + (cases.SimpleCases[i].bIsTrue ? 0 : 1));

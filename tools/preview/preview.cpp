@@ -87,7 +87,7 @@ bool Preview::CheckRow(BlockPreview& preview, CkaRBLDataContent& content, int ro
                        CkaCaseCheck& cases) {
   try {
     Silently([&] {
-      cases.Initialize(&builder_.CaseData, &content);
+      cases.Initialize(&builder_.CaseData, &content, &builder_.CaseIndex);
       cases.CheckForRow(row);
     });
     return true;
