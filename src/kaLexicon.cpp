@@ -78,6 +78,7 @@ kaLexicon::kaLexicon(std::vector<CkaProfile::ProfileEntry> entries)
     const std::uint32_t key = KeyOf(start);
     words_.push_back({key, i});
     filter_[key & (filter_.size() - 1)] = true;
+    firstBytes_.set(static_cast<unsigned char>(word.front()));
     keyLengths_.set(start.size());
   }
   std::sort(words_.begin(), words_.end(), [](const kaWord& a, const kaWord& b) {
@@ -108,6 +109,7 @@ void kaLexicon::ApplyTo(kaMaskedText& masked, std::vector<kaReplacement>* replac
 std::vector<std::uint32_t> kaLexicon::FindEntries(std::string_view text, std::uint32_t from) const {
   std::vector<std::uint32_t> found;
   for (std::size_t pos = 0; pos < text.size(); ++pos) {
+    if (!firstBytes_[static_cast<unsigned char>(text[pos])]) continue;
     AppendEntriesAt(found, text.substr(pos), from);
   }
   std::sort(found.begin(), found.end());

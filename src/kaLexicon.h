@@ -64,6 +64,7 @@ class kaLexicon {
   std::vector<CkaProfile::ProfileEntry> entries_;
   std::vector<kaWord> words_;                ///< sorted by key, then by entry
   std::vector<bool> filter_;                 ///< by the low bits of a key: whether a word has it
+  std::bitset<256> firstBytes_;              ///< of words: most bytes of a text begin none
   std::bitset<kLongestKey + 1> keyLengths_;  ///< which lengths of keys there are
 };
 

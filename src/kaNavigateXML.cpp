@@ -77,24 +77,27 @@ xmlpp::NodeSet FindChildren(xmlpp::Node* node, const std::string& name) {
   return found;
 }
 
-/// No text at all is refused by the parser, and the document before is gone as after any failure.
-void Refuse(xmlpp::DomParser& parser) {
-  parser.parse_memory("");
-}
-
-void ParsePlain(xmlpp::DomParser& parser, const std::string& document) {
+bool ParsePlain(xmlpp::DomParser& parser, const std::string& document) {
   const kaUnwordedXmlFaults faults;
   parser.parse_memory(document);
-  if (faults.Occurred()) Refuse(parser);
+  return !faults.Occurred();
 }
 
-void ParseFromNetwork(xmlpp::DomParser& parser, const std::string& document) {
+/// False, or an exception of the XML library, for what is no document or expands too far.
+bool ParseFromNetwork(xmlpp::DomParser& parser, const std::string& document) {
   if (IsPlainXml(document)) return ParsePlain(parser, document);
-  if (!ExpandsWithinLimit(document)) return Refuse(parser);
+  if (!ExpandsWithinLimit(document)) return false;
   const kaClosedXmlWorld closed;
   parser.set_parser_options(XML_PARSE_NONET);
   parser.parse_memory(document);
+  return true;
 }
+
+/// Reaches what a parser gives its document up by, which the library calls only for another one.
+class Releaser : public xmlpp::DomParser {
+ public:
+  static void Release(xmlpp::DomParser& parser) { (parser.*(&Releaser::release_underlying))(); }
+};
 
 }  // namespace
 
@@ -109,10 +112,11 @@ bool CkaNavigateXML::Initialize(const std::string& source, bool validate, bool f
   try {
     if (validate) Parser.set_validate(true);
     Parser.set_substitute_entities(true);
-    if (fromMemory) {
-      ParseFromNetwork(Parser, source);
-    } else {
+    if (!fromMemory) {
       Parser.parse_file(CkaFile().GetFileNameFromShellPath(source));
+    } else if (!ParseFromNetwork(Parser, source)) {
+      ReleaseDocument();
+      return false;
     }
   } catch (...) {  // the XML library's exceptions have no common base
     return false;
@@ -130,10 +134,7 @@ bool CkaNavigateXML::Initialize(const char* source, bool validate, bool fromMemo
 }
 
 void CkaNavigateXML::ReleaseDocument() {
-  try {
-    Refuse(Parser);
-  } catch (...) {  // as it is meant to be
-  }
+  Releaser::Release(Parser);
 }
 
 bool CkaNavigateXML::IsInitialized() const {

@@ -132,8 +132,10 @@ bool CkaSpeechbuilder::DoSaveBlock(bool block) const {
 bool CkaSpeechbuilder::GenerateNewSpeeches(std::string& data) {
   CkaRBLDataContent content;
   int used = 0;
-  return ReadBlock(data, content, used) == kaBlockState::Complete &&
-         CreateAnnouncements(content, used);
+  if (ReadBlock(data, content, used) != kaBlockState::Complete) return false;
+  // The rows are all that is needed while engine and shell are at work.
+  content.ReleaseDocument();
+  return CreateAnnouncements(content, used);
 }
 
 kaBlockState CkaSpeechbuilder::ReadBlock(const std::string& data, CkaRBLDataContent& content,
@@ -240,7 +242,9 @@ void CkaSpeechbuilder::AppendPhrase(kaAnnouncementText& announcement,
     case CkaSpeechFormat::_KAStemp: {
       const std::string attribute = GetRBLAttNameFromSpeechId(phrase.RefId);
       if (trace != nullptr) trace->Attribute = attribute;
+      text += phrase.Prefix;
       text += SpeakValue(phrase, content.GetValue(row, attribute), lang, trace);
+      text += phrase.Suffix;
       break;
     }
     default:
@@ -258,10 +262,7 @@ std::string CkaSpeechbuilder::SpeakValue(const CkaSpeechGen::kaTTSPhrase& phrase
   if (trace != nullptr) trace->Value = value;
   // Documents switch a lexicon off by a name of one character.
   const bool hasLexicon = phrase.Lexicon.size() > 1;
-  return phrase.Prefix +
-         (hasLexicon ? UseLexicon(value, "./lexidata/" + lang + "/" + phrase.Lexicon, trace)
-                     : value) +
-         phrase.Suffix;
+  return hasLexicon ? UseLexicon(value, "./lexidata/" + lang + "/" + phrase.Lexicon, trace) : value;
 }
 
 std::string CkaSpeechbuilder::GetRBLAttNameFromSpeechId(const std::string& id) const {

@@ -26,6 +26,7 @@ TESTS = {
     "kaProfile": ["profile"],
     "kaCases": ["cases"],
     "kaCaseCheck": ["casecheck"],
+    "kaCaseIndex": ["caseindex"],
     "kaSpeechbuilder": ["speechbuilder", "speechbuilder_announcements", "speechbuilder_files"],
     "kaMessageTxt": ["messagetxt"],
     "kaRBLDataFormat": ["rbldataformat"],

@@ -3,15 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -95,6 +92,19 @@ class CaseCheck : public testing::Test {
     Checked = CkaCaseCheck();
     Checked.Initialize(&Definitions, Row.get());
     Output = OutputOf([&] { Checked.CheckForRow(0); });
+    ExpectTheSameByAGivenIndex();
+  }
+  void ExpectTheSameByAGivenIndex() {
+    const kaCaseIndex index(Definitions);
+    CkaCaseCheck checked;
+    checked.Initialize(&Definitions, Row.get(), &index);
+    EXPECT_EQ(OutputOf([&] { checked.CheckForRow(0); }), Output);
+    EXPECT_TRUE(std::ranges::equal(checked.SimpleCases, Checked.SimpleCases,
+                                   [](const auto& one, const auto& other) {
+                                     return one.Name == other.Name && one.bIsTrue == other.bIsTrue;
+                                   }));
+    for (const Case& one : Definitions.SortedCases)
+      EXPECT_EQ(checked.IsCaseTrue(one.Id), Checked.IsCaseTrue(one.Id)) << one.Id;
   }
   /// Whether a single case holds for a value.
   bool Holds(const std::string& value, const Case& one) {
@@ -160,27 +170,7 @@ std::vector<Case> RandomCases(std::mt19937& random) {
   return cases;
 }
 
-/// Two names that the lower half of a hash does not tell apart. Among 300,000 there are some.
-std::pair<std::string, std::string> NamesOfOneHash() {
-  std::unordered_map<std::uint32_t, std::string> names;
-  for (int i = 0; i < 2'000'000; ++i) {
-    const std::string name = "case" + std::to_string(i);
-    const auto hash = static_cast<std::uint32_t>(std::hash<std::string>{}(name));
-    const auto [known, isNew] = names.try_emplace(hash, name);
-    if (!isNew) return {known->second, name};
-  }
-  return {};
-}
-
 }  // namespace
-
-TEST_F(CaseCheck, NamesOfOneHashAreDifferentCases) {
-  const auto [one, other] = NamesOfOneHash();
-  ASSERT_NE(one, other);
-  Check("1", {Holding(one), Failing(other)});
-  EXPECT_TRUE(Checked.IsCaseTrue(one));
-  EXPECT_FALSE(Checked.IsCaseTrue(other));
-}
 
 TEST_F(CaseCheck, StartsEmpty) {
   EXPECT_EQ(Checked.GetClassMsgID(), 11000U);
@@ -540,6 +530,27 @@ TEST_F(CaseCheck, ResultsOfOtherCasesStayKnownAfterASecondCheck) {
   for (const char* name : {"one", "two", "other", "both"})
     EXPECT_TRUE(Checked.IsCaseTrue(name)) << name;
   EXPECT_FALSE(Checked.IsCaseTrue("no"));
+}
+
+TEST_F(CaseCheck, OperationRefersToTheResultOfAnEarlierCheckWhereThisOneHasNone) {
+  SetRows({"1", "2"});
+  Definitions.SortedCases = {Operation("seen", CkaCases::_CS_AND, {"one"}), Holding("one")};
+  const kaCaseIndex index(Definitions);
+  Checked.Initialize(&Definitions, &Content, &index);
+  Checked.CheckForRow(0);
+  EXPECT_FALSE(Checked.IsCaseTrue("seen"));
+  Checked.CheckForRow(1);
+  EXPECT_TRUE(Checked.IsCaseTrue("seen"));
+  EXPECT_FALSE(Checked.IsCaseTrue("one"));
+}
+
+TEST_F(CaseCheck, ResultsBeforeOneThatCannotBeHadAreKnown) {
+  SetRows({"1"});
+  Definitions.SortedCases = {Holding("one"), Failing("two"), TextPart(2, -1, ""), Holding("two")};
+  Checked.Initialize(&Definitions, &Content);
+  EXPECT_THROW(Checked.CheckForRow(0), std::out_of_range);
+  EXPECT_TRUE(Checked.IsCaseTrue("one"));
+  EXPECT_FALSE(Checked.IsCaseTrue("two"));
 }
 
 TEST_F(CaseCheck, RowBeyondTheBlockHasEmptyValues) {

@@ -283,6 +283,7 @@ TEST_F(NavigateXml, ReleasedDocumentIsGone) {
   const Printed printed = OutputOf([this] { Xml.ReleaseDocument(); });
   EXPECT_EQ(printed, Nothing());
   EXPECT_TRUE(Xml.IsInitialized());
+  EXPECT_EQ(Xml.Parser.get_document(), nullptr);
   EXPECT_NE(RootOf("<b/>"), nullptr);
 }
 
