@@ -102,6 +102,7 @@ int CkaCaseCheck::CheckForRow(int row) {
 }
 
 bool CkaCaseCheck::IsCaseTrue(const std::string& name) const {
+  // Results of an earlier check, or of one that was given up, are in no index.
   auto end = SimpleCases.end();
   if (bIsComplete) {
     const std::optional<std::size_t> position = Index().Find(name);
