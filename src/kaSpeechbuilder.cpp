@@ -9,6 +9,7 @@
 #include "kaLexicon.h"
 #include "kaOnException.h"
 #include "kaRBLDataContent.h"
+#include "kaReadingMemory.h"
 #include "kaShell.h"
 #include "kaWait.h"
 
@@ -96,6 +97,7 @@ void CkaSpeechbuilder::ReadConfiguration() {
 }
 
 bool CkaSpeechbuilder::ReadDocument(const std::string& path) {
+  const kaReadingMemory memory;
   const bool casesAreRead = ReadSection(SpeechFormat, path, &CkaSpeechFormat::ReadReferences) &&
                             ReadSection(RBLDataFormat, path, &CkaRBLDataFormat::ReadAssembly) &&
                             ReadSection(CaseData, path, &CkaCases::ReadCases);
