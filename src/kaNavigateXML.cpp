@@ -51,11 +51,11 @@ std::string ValueOf(const xmlAttr* attribute) {
 }
 
 /// The attribute called `name`; null if there is none. One in a namespace has another name.
-const xmlAttr* FindAttribute(const xmlpp::Node* node, const std::string& name) {
+const xmlAttr* FindAttribute(const xmlpp::Node* node, const char* name) {
   xmlNode* element = AsElement(node);
   return element == nullptr
              ? nullptr
-             : xmlHasNsProp(element, reinterpret_cast<const xmlChar*>(name.c_str()), nullptr);
+             : xmlHasNsProp(element, reinterpret_cast<const xmlChar*>(name), nullptr);
 }
 
 /// A name alone, which in XPath means the child elements of this name.
@@ -164,7 +164,7 @@ std::vector<std::pair<std::string, std::string>> CkaNavigateXML::GetAttributes(
   if (element == nullptr) return attributes;
   for (const xmlAttr* listed = element->properties; listed != nullptr; listed = listed->next) {
     std::string name = ToString(listed->name);
-    const xmlAttr* attribute = listed->ns == nullptr ? listed : FindAttribute(node, name);
+    const xmlAttr* attribute = listed->ns == nullptr ? listed : FindAttribute(node, name.c_str());
     if (attribute == nullptr) continue;
     attributes.emplace_back(std::move(name), WithEscapeCharacters(ValueOf(attribute)));
   }
@@ -172,23 +172,23 @@ std::vector<std::pair<std::string, std::string>> CkaNavigateXML::GetAttributes(
 }
 
 bool CkaNavigateXML::AttributeExists(xmlpp::Node* node, const std::string& name) const {
-  return FindAttribute(node, name) != nullptr;
-}
-
-std::string CkaNavigateXML::GetAttributeValue(xmlpp::Node* node, const char* name) const {
-  return GetAttributeValue(node, std::string(name));
+  return FindAttribute(node, name.c_str()) != nullptr;
 }
 
 std::string CkaNavigateXML::GetAttributeValue(xmlpp::Node* node, const std::string& name) const {
+  return GetAttributeValue(node, name.c_str());
+}
+
+std::string CkaNavigateXML::GetAttributeValue(xmlpp::Node* node, const char* name) const {
   const xmlAttr* attribute = FindAttribute(node, name);
   return attribute == nullptr ? "" : WithEscapeCharacters(ValueOf(attribute));
 }
 
-int CkaNavigateXML::GetAttributeValueInt(xmlpp::Node* node, const char* name) const {
-  return GetAttributeValueInt(node, std::string(name));
+int CkaNavigateXML::GetAttributeValueInt(xmlpp::Node* node, const std::string& name) const {
+  return GetAttributeValueInt(node, name.c_str());
 }
 
-int CkaNavigateXML::GetAttributeValueInt(xmlpp::Node* node, const std::string& name) const {
+int CkaNavigateXML::GetAttributeValueInt(xmlpp::Node* node, const char* name) const {
   return LeadingInteger(GetAttributeValue(node, name));
 }
 
