@@ -17,6 +17,8 @@ constexpr int kSmallPieces = 64 * static_cast<int>(sizeof(std::size_t)) / 4;
 
 }  // namespace
 
+// Documents are read before there is a second thread.
+// NOLINTBEGIN(concurrency-mt-unsafe)
 kaReadingMemory::kaReadingMemory() {
   mallopt(M_MXFAST, 0);
   mallopt(M_MMAP_THRESHOLD, kMostKept);
@@ -31,3 +33,4 @@ kaReadingMemory::~kaReadingMemory() {
   mallopt(M_TRIM_THRESHOLD, 2 * kMegabyte);
   malloc_trim(0);
 }
+// NOLINTEND(concurrency-mt-unsafe)
