@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 #include <utility>
 
 #include "kaCases.h"
@@ -102,17 +103,15 @@ int CkaCaseCheck::CheckForRow(int row) {
 }
 
 bool CkaCaseCheck::IsCaseTrue(const std::string& name) const {
-  // Results of an earlier check, or of one that was given up, are in no index.
-  auto end = SimpleCases.end();
   if (bIsComplete) {
     const std::optional<std::size_t> position = Index().Find(name);
     if (position) return SimpleCases[FirstResult + *position].bIsTrue;
-    end = SimpleCases.begin() + static_cast<std::ptrdiff_t>(FirstResult);
   }
-  const auto found =
-      std::find_if(std::make_reverse_iterator(end), SimpleCases.rend(),
-                   [&name](const kaSimpleCase& result) { return result.Name == name; });
-  return found != SimpleCases.rend() && found->bIsTrue;
+  // Results of an earlier check, or of one that was given up, are in no index.
+  const auto others = std::span(SimpleCases).first(bIsComplete ? FirstResult : SimpleCases.size());
+  const auto found = std::find_if(others.rbegin(), others.rend(),
+                                  [&name](const auto& result) { return result.Name == name; });
+  return found != others.rend() && found->bIsTrue;
 }
 
 bool CkaCaseCheck::IsCaseTrue(const char* name) const {
