@@ -77,6 +77,7 @@ xmlpp::NodeSet FindChildren(xmlpp::Node* node, const std::string& name) {
   return found;
 }
 
+/// Nothing in a plain document names a file or an address that the parser could open.
 bool ParsePlain(xmlpp::DomParser& parser, const std::string& document) {
   const kaUnwordedXmlFaults faults;
   parser.parse_memory(document);
